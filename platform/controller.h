@@ -1,0 +1,22 @@
+// The connection of this process to its target controller.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace vex::plat {
+
+// On the virtual controller: attaches the instance (creating it when it
+// does not exist) and hosts it in this process when nobody else does. On
+// hardware: nothing to do. Returns false with a reason on failure; the
+// library then runs without a controller (reads float high).
+bool connect_controller(std::string* error);
+void disconnect_controller();
+
+// Maps `size` bytes of physical memory at `physical` uncached (hardware
+// only): from $VEXSDK_PHYSMEM, else /dev/mem. Null on failure.
+volatile void* map_physical(uint64_t physical, size_t size);
+void unmap_physical(volatile void* address, size_t size);
+
+}  // namespace vex::plat

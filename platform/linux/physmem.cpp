@@ -1,0 +1,37 @@
+// Physical memory windows on a real controller, mapped through /dev/mem
+// (or the file named by VEXSDK_PHYSMEM, which lets the hardware path run on
+// a plain file for tests and benchmarks).
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "platform/controller.h"
+#include "platform/system.h"
+
+namespace vex::plat {
+
+volatile void* map_physical(uint64_t physical, size_t size) {
+    std::string device = env("VEXSDK_PHYSMEM");
+    if (device.empty()) device = "/dev/mem";
+    // O_SYNC makes /dev/mem mappings uncached.
+    const int fd = ::open(device.c_str(), O_RDWR | O_SYNC | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    const long page = ::sysconf(_SC_PAGESIZE);
+    const uint64_t base = physical & ~static_cast<uint64_t>(page - 1);
+    const size_t lead = static_cast<size_t>(physical - base);
+    void* p = ::mmap(nullptr, size + lead, PROT_READ | PROT_WRITE, MAP_SHARED, fd,
+                     static_cast<off_t>(base));
+    ::close(fd);
+    if (p == MAP_FAILED) return nullptr;
+    return static_cast<volatile unsigned char*>(p) + lead;
+}
+
+void unmap_physical(volatile void* address, size_t size) {
+    if (!address) return;
+    const long page = ::sysconf(_SC_PAGESIZE);
+    const auto addr = reinterpret_cast<uintptr_t>(address);
+    const uintptr_t base = addr & ~static_cast<uintptr_t>(page - 1);
+    ::munmap(reinterpret_cast<void*>(base), size + (addr - base));
+}
+
+}  // namespace vex::plat

@@ -1,0 +1,90 @@
+#include "platform/shared_section.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+namespace vex::plat {
+
+std::unique_ptr<SharedSection> SharedSection::open(const std::string& name, size_t size) {
+    if (size == 0) return nullptr;
+    bool created = true;
+    int fd = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0 && errno == EEXIST) {
+        created = false;
+        fd = ::shm_open(name.c_str(), O_RDWR | O_CLOEXEC, 0600);
+    }
+    if (fd < 0) return nullptr;
+    // A new object is zero-filled by the kernel when it grows. An existing
+    // one that is smaller (its creator has not grown it yet) grows too:
+    // growing never loses data and both sides agree on the size.
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || (static_cast<size_t>(st.st_size) < size &&
+                                  ::ftruncate(fd, static_cast<off_t>(size)) != 0)) {
+        ::close(fd);
+        return nullptr;
+    }
+    void* p = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    ::close(fd);
+    if (p == MAP_FAILED) return nullptr;
+    return std::unique_ptr<SharedSection>(new SharedSection(p, size, created));
+}
+
+SharedSection::~SharedSection() { ::munmap(data_, size_); }
+
+bool SharedSection::remove(const std::string& name) { return ::shm_unlink(name.c_str()) == 0; }
+
+int remove_shared_objects(const std::string& prefix) {
+    // POSIX shared memory objects are files of /dev/shm on Linux.
+    if (prefix.size() < 2 || prefix[0] != '/') return 0;
+    const std::string stem = prefix.substr(1);
+    DIR* dir = ::opendir("/dev/shm");
+    if (!dir) return 0;
+    int removed = 0;
+    while (dirent* e = ::readdir(dir)) {
+        if (std::strncmp(e->d_name, stem.c_str(), stem.size()) == 0 &&
+            ::shm_unlink(("/" + std::string(e->d_name)).c_str()) == 0)
+            ++removed;
+    }
+    ::closedir(dir);
+    return removed;
+}
+
+static_assert(sizeof(pthread_mutex_t) <= 64, "ProcessMutex storage too small");
+
+static pthread_mutex_t* native(unsigned char* storage) {
+    return std::launder(reinterpret_cast<pthread_mutex_t*>(storage));
+}
+
+void ProcessMutex::init() {
+    pthread_mutexattr_t attr;
+    ::pthread_mutexattr_init(&attr);
+    ::pthread_mutexattr_setpshared(&attr, PTHREAD_PROCESS_SHARED);
+    ::pthread_mutexattr_setrobust(&attr, PTHREAD_MUTEX_ROBUST);
+    ::pthread_mutex_init(new (storage_) pthread_mutex_t, &attr);
+    ::pthread_mutexattr_destroy(&attr);
+}
+
+void ProcessMutex::lock() {
+    // A dead owner leaves the protected data as it was at its last store;
+    // every structure kept under these locks stays usable from any state.
+    if (::pthread_mutex_lock(native(storage_)) == EOWNERDEAD)
+        ::pthread_mutex_consistent(native(storage_));
+}
+
+bool ProcessMutex::try_lock() {
+    const int rc = ::pthread_mutex_trylock(native(storage_));
+    if (rc == EOWNERDEAD) ::pthread_mutex_consistent(native(storage_));
+    return rc == 0 || rc == EOWNERDEAD;
+}
+
+void ProcessMutex::unlock() { ::pthread_mutex_unlock(native(storage_)); }
+
+}  // namespace vex::plat

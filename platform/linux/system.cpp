@@ -1,0 +1,48 @@
+#include "platform/system.h"
+
+#include <sched.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <vector>
+
+namespace vex::plat {
+
+uint32_t current_thread_id() { return static_cast<uint32_t>(::syscall(SYS_gettid)); }
+
+uint64_t monotonic_ns() {
+    timespec ts{};
+    ::clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<uint64_t>(ts.tv_sec) * 1000000000ull + static_cast<uint64_t>(ts.tv_nsec);
+}
+
+uint32_t tick_count_ms() { return static_cast<uint32_t>(monotonic_ns() / 1000000ull); }
+
+void sleep_ms(uint32_t ms) {
+    timespec ts{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
+    while (::nanosleep(&ts, &ts) != 0 && errno == EINTR) {
+    }
+}
+
+void yield_thread() { ::sched_yield(); }
+
+std::string executable_path() {
+    std::vector<char> buf(256);
+    for (;;) {
+        const ssize_t n = ::readlink("/proc/self/exe", buf.data(), buf.size());
+        if (n < 0) return {};
+        if (static_cast<size_t>(n) < buf.size()) return std::string(buf.data(), static_cast<size_t>(n));
+        if (buf.size() > 65536) return {};
+        buf.resize(buf.size() * 2);
+    }
+}
+
+std::string env(const char* name) {
+    const char* v = std::getenv(name);
+    return v ? std::string(v) : std::string();
+}
+
+}  // namespace vex::plat

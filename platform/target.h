@@ -1,0 +1,53 @@
+// Which controller this process talks to: the real hardware or an instance
+// of the virtual controller. Chosen once from VEXSDK_TARGET:
+//   hw             the controller the process runs on (/dev/mem, /dev/tty*)
+//   sim            the virtual controller's default instance
+//   sim:<name>     a named virtual controller instance
+//   (unset)        same as sim
+#pragma once
+
+#include <string>
+
+namespace vex::plat {
+
+struct Target {
+    bool hardware = false;
+    std::string instance;  // virtual controller instance name (sim only)
+};
+
+// The target chosen by the environment; parsed on first use.
+const Target& target();
+// Parses VEXSDK_TARGET again (tests and tools that switch instances).
+void reload_target();
+// Parses one VEXSDK_TARGET text; false when it names no valid target.
+bool parse_target(const std::string& text, Target& out);
+// A valid instance name: 1..48 characters of [A-Za-z0-9_.-], not "." or "..".
+bool valid_instance_name(const std::string& name);
+
+// Short text naming the target in shared-object names: "hw" or "sim.<name>".
+std::string target_tag();
+
+// Directory that holds the virtual controller's instances:
+// $VEXSDK_SIM_DIR, else $XDG_STATE_HOME/vexsdk/sim, else ~/.local/state/vexsdk/sim.
+std::string sim_base_dir();
+// Directory of one instance (created on demand by the simulator).
+std::string instance_dir(const std::string& instance);
+
+// Registry store file of the current target: $VEXSDK_REGISTRY, else
+// /var/lib/vexsdk/registry.db on hw, else <instance dir>/registry.db.
+std::string registry_path();
+
+// Name of a POSIX shared-memory object for this target, e.g. "SHARED" ->
+// "/vexsdk.hw.SHARED" or "/vexsdk.<uid>.sim.<instance>.SHARED".
+std::string shared_object_name(const std::string& what);
+
+// Prefix of every shared-memory object of one virtual controller instance:
+// "/vexsdk.<uid>.sim.<instance>." (uid keeps users' instances apart).
+std::string sim_object_prefix(const std::string& instance);
+
+// A text that changes whenever the target restarts: the kernel's boot id on
+// hardware, the instance's power-up generation on the virtual controller.
+// Volatile registry keys belong to one generation.
+std::string volatile_generation();
+
+}  // namespace vex::plat
