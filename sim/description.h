@@ -1,0 +1,67 @@
+// What a virtual controller is: read from a TOML description file, or the
+// built-in default (a representative 8-slot controller).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sim/state.h"
+
+namespace vex::sim {
+
+struct SlotDescription {
+    ModuleKind kind = ModuleKind::Empty;
+    uint8_t id = 0;
+    // Parallel-bus modules.
+    uint8_t di_channels = 0;
+    uint8_t do_channels = 0;
+    bool readback = false;
+    bool watchdog = false;
+    uint8_t version = 0;          // hardware version, 0..31
+    std::optional<uint8_t> capability;  // raw register 0x0E, overrides the above
+    uint8_t subtype = 0;          // register 0x10
+    uint32_t di = 0;              // initial input lines
+    // Serial modules.
+    std::string serial_kind;
+    uint8_t address = 0;
+    uint8_t ai_channels = 0;
+    uint8_t ao_channels = 0;
+};
+
+struct PortDescription {
+    std::string name;             // "COM1:"
+    bool modem_loopback = true;   // DTR -> DSR and carrier detect, RTS -> CTS
+};
+
+struct RegistryPreset {
+    std::wstring path;            // full path, "HKEY_LOCAL_MACHINE\...\Name"
+    bool is_number = false;
+    std::wstring text;
+    uint32_t number = 0;
+};
+
+struct Description {
+    std::string hardware_id = "HR4-8000";
+    uint8_t cpu_id = 2;
+    uint8_t backplane_version = 3;
+    uint8_t dip_switch = 0;
+    uint8_t slot_count = 8;       // 0..8
+    std::array<SlotDescription, kSlots> slots{};
+    std::vector<PortDescription> ports;
+    std::vector<RegistryPreset> registry;
+};
+
+// Parses a description. On error returns nothing and explains in *error
+// (with the line of the problem when TOML itself is malformed).
+std::optional<Description> parse_description(const std::string& text, std::string* error);
+// Reads and parses a description file.
+std::optional<Description> load_description_file(const std::string& path, std::string* error);
+
+// The built-in default description, as TOML text and parsed.
+const char* default_description_text();
+const Description& default_description();
+
+}  // namespace vex::sim

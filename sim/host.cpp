@@ -1,0 +1,80 @@
+#include "sim/host.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "platform/target.h"
+
+namespace vex::sim {
+namespace {
+
+std::vector<std::pair<const char*, HostServiceFactory>>& factories() {
+    static std::vector<std::pair<const char*, HostServiceFactory>> list;
+    return list;
+}
+
+std::string lock_path(const std::string& instance) { return plat::instance_dir(instance) + "/host.lock"; }
+
+}  // namespace
+
+bool register_host_service(const char* name, HostServiceFactory factory) {
+    factories().emplace_back(name, factory);
+    return true;
+}
+
+std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error) {
+    // The host lock is an flock on a file of the instance directory: the
+    // kernel drops it when the hosting process ends, however it ends, so a
+    // crashed host never blocks the next one.
+    const int fd = ::open(lock_path(instance.name()).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        if (error) *error = "cannot open " + lock_path(instance.name());
+        return nullptr;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        if (error) error->clear();
+        return nullptr;
+    }
+    const std::string pid = std::to_string(::getpid()) + "\n";
+    if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, pid.data(), pid.size(), 0) < 0) {
+        // The pid is only informative; hosting works without it.
+    }
+    std::unique_ptr<Host> host(new Host(fd));
+    std::string problems;
+    for (const auto& [name, factory] : factories()) {
+        std::string why;
+        if (auto service = factory(instance, &why))
+            host->services_.push_back(std::move(service));
+        else if (!why.empty())
+            problems += std::string(problems.empty() ? "" : "; ") + name + ": " + why;
+    }
+    if (error) *error = problems;
+    return host;
+}
+
+int Host::host_pid(const std::string& instance) {
+    const int fd = ::open(lock_path(instance).c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return 0;
+    int pid = 0;
+    if (::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        char buf[32] = {};
+        if (::pread(fd, buf, sizeof buf - 1, 0) > 0) pid = std::atoi(buf);
+        if (pid == 0) pid = -1;  // hosted, pid unknown
+    }
+    ::close(fd);
+    return pid;
+}
+
+Host::~Host() {
+    // Services stop in reverse order of their start.
+    while (!services_.empty()) services_.pop_back();
+    ::close(lock_fd_);
+}
+
+}  // namespace vex::sim

@@ -1,0 +1,273 @@
+#include "sim/instance.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "platform/registry_store.h"
+#include "platform/system.h"
+#include "platform/target.h"
+#include "platform/text_codec.h"
+#include "sim/models/models.h"
+
+namespace vex::sim {
+namespace {
+
+Instance* g_current = nullptr;
+
+// Serialises creation of an instance between processes: whoever holds it
+// either finds a finished state or finishes it.
+class FileLock {
+public:
+    explicit FileLock(const std::string& path) {
+        fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (fd_ >= 0) ::flock(fd_, LOCK_EX);
+    }
+    ~FileLock() {
+        if (fd_ >= 0) ::close(fd_);  // closing releases the lock
+    }
+    bool ok() const { return fd_ >= 0; }
+
+private:
+    int fd_ = -1;
+};
+
+uint64_t random64() {
+    std::random_device rd;
+    return (static_cast<uint64_t>(rd()) << 32) ^ rd();
+}
+
+std::string description_path(const std::string& name) {
+    return plat::instance_dir(name) + "/description.toml";
+}
+
+void copy_text(char* dst, size_t size, const std::string& src) {
+    std::memset(dst, 0, size);
+    std::memcpy(dst, src.data(), std::min(size - 1, src.size()));
+}
+
+bool write_registry_presets(const std::string& db, const Description& d) {
+    using plat::registry::Root;
+    bool ok = plat::registry::preset_string(db, Root::LocalMachine, L"HARDWARE\\MODULETYPE", L"HWID",
+                                            plat::from_utf8(d.hardware_id)) == 0;
+    for (const RegistryPreset& p : d.registry) {
+        // Presets name full paths; split off the root and the value name.
+        static const std::pair<const wchar_t*, Root> roots[] = {
+            {L"HKEY_LOCAL_MACHINE\\", Root::LocalMachine}, {L"HKEY_CURRENT_USER\\", Root::CurrentUser},
+            {L"HKEY_CLASSES_ROOT\\", Root::ClassesRoot},   {L"HKEY_USERS\\", Root::Users}};
+        for (const auto& [prefix, root] : roots) {
+            const std::wstring pre(prefix);
+            if (p.path.compare(0, pre.size(), pre) != 0) continue;
+            const std::wstring rest = p.path.substr(pre.size());
+            const size_t cut = rest.rfind(L'\\');
+            const std::wstring key = cut == std::wstring::npos ? L"" : rest.substr(0, cut);
+            const std::wstring value = cut == std::wstring::npos ? rest : rest.substr(cut + 1);
+            ok &= (p.is_number ? plat::registry::preset_dword(db, root, key, value, p.number)
+                               : plat::registry::preset_string(db, root, key, value, p.text)) == 0;
+        }
+    }
+    return ok;
+}
+
+}  // namespace
+
+Instance* current() { return g_current; }
+void set_current(Instance* instance) { g_current = instance; }
+
+Instance::Instance(std::string name, std::unique_ptr<plat::SharedSection> section)
+    : name_(std::move(name)), section_(std::move(section)),
+      state_(static_cast<State*>(section_->data())) {}
+
+Instance::~Instance() {
+    if (g_current == this) g_current = nullptr;
+}
+
+std::optional<Description> Instance::description(std::string* error) const {
+    const std::string path = description_path(name_);
+    if (std::filesystem::exists(path)) return load_description_file(path, error);
+    return default_description();
+}
+
+std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string* error) {
+    auto fail = [&](const std::string& why) -> std::unique_ptr<Instance> {
+        if (error) *error = why;
+        return nullptr;
+    };
+    if (!plat::valid_instance_name(name)) return fail("invalid instance name '" + name + "'");
+    const std::string dir = plat::instance_dir(name);
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    if (ec) return fail("cannot create " + dir + ": " + ec.message());
+
+    FileLock creating(dir + "/create.lock");
+    if (!creating.ok()) return fail("cannot lock " + dir);
+    auto section = plat::SharedSection::open(plat::sim_object_prefix(name) + "state", sizeof(State));
+    if (!section) return fail("cannot map the shared state of instance '" + name + "'");
+    std::unique_ptr<Instance> inst(new Instance(name, std::move(section)));
+    State& s = inst->state();
+    if (s.magic == kStateMagic && (s.layout != kStateLayout || s.size != sizeof(State)))
+        return fail("instance '" + name + "' was created by an incompatible build; remove it with 'vexsim destroy'");
+    if (s.magic != kStateMagic) {
+        std::string why;
+        auto d = inst->description(&why);
+        if (!d) return fail(why);
+        inst->power_up(*d);
+        if (!write_registry_presets(plat::instance_dir(name) + "/registry.db", *d))
+            return fail("cannot preset the registry of instance '" + name + "'");
+    }
+    return inst;
+}
+
+bool Instance::power_cycle(std::string* error) {
+    auto d = description(error);
+    if (!d) return false;
+    FileLock creating(plat::instance_dir(name_) + "/create.lock");
+    state_->lock.lock();
+    state_->magic = 0;
+    state_->lock.unlock();
+    power_up(*d);
+    return write_registry_presets(plat::instance_dir(name_) + "/registry.db", *d);
+}
+
+void Instance::power_up(const Description& d) {
+    State& s = *state_;
+    // Callers hold the creation lock, so nobody else initialises; processes
+    // already attached keep using the (re-initialised) lock.
+    std::memset(static_cast<void*>(&s), 0, sizeof s);
+    s.lock.init();
+    s.layout = kStateLayout;
+    s.size = sizeof(State);
+    s.generation = random64();
+    const uint64_t now = plat::monotonic_ns();
+    s.epoch_ns = now;
+    copy_text(s.instance, sizeof s.instance, name_);
+    copy_text(s.hardware_id, sizeof s.hardware_id, d.hardware_id);
+    models::backplane_power_up(s, d);
+    for (int i = 0; i < kSlots && i < d.slot_count; ++i) {
+        if (d.slots[static_cast<size_t>(i)].kind != ModuleKind::Empty)
+            models::slot_install(s, i, d.slots[static_cast<size_t>(i)], now);
+    }
+    std::ofstream(plat::instance_dir(name_) + "/generation") << std::hex << s.generation << "\n";
+    __atomic_store_n(&s.magic, kStateMagic, __ATOMIC_RELEASE);
+}
+
+bool Instance::destroy(const std::string& name) {
+    if (!plat::valid_instance_name(name)) return false;
+    plat::remove_shared_objects(plat::sim_object_prefix(name));
+    std::error_code ec;
+    std::filesystem::remove_all(plat::instance_dir(name), ec);
+    return !ec;
+}
+
+void Instance::trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now) {
+    TraceEntry& e = state_->trace[state_->trace_next % kTraceEntries];
+    e.when_ns = now;
+    e.offset = offset;
+    e.value = value;
+    e.kind = kind;
+    state_->trace_next++;
+}
+
+uint8_t Instance::read8(uint32_t offset) {
+    if (offset >= sizeof(State::image)) return 0xFF;  // nothing decodes there
+    Guard g(*state_);
+    State& s = *state_;
+    const uint64_t now = now_ns();
+    if (offset >= 0x1000 && offset < 0x9000)
+        return models::slot_read(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, now);
+    if (offset >= 0x9000 && offset < 0x9100) return models::backplane_read(s, offset, now);
+    return s.image[offset];
+}
+
+void Instance::write8(uint32_t offset, uint8_t value) {
+    if (offset >= sizeof(State::image)) return;
+    Guard g(*state_);
+    State& s = *state_;
+    const uint64_t now = now_ns();
+    trace(offset, value, 1, now);
+    if (offset >= 0x1000 && offset < 0x9000)
+        models::slot_write(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, value, now);
+    else if (offset >= 0x9000 && offset < 0x9100)
+        models::backplane_write(s, offset, value, now);
+    else
+        s.image[offset] = value;
+}
+
+// The bus is 8 bits wide towards the slots and the backplane block: a word
+// access is two byte accesses, low byte first.
+uint16_t Instance::read16(uint32_t offset) {
+    const uint8_t lo = read8(offset);
+    const uint8_t hi = read8(offset + 1);
+    return static_cast<uint16_t>(lo | (hi << 8));
+}
+
+void Instance::write16(uint32_t offset, uint16_t value) {
+    write8(offset, static_cast<uint8_t>(value & 0xFF));
+    write8(offset + 1, static_cast<uint8_t>(value >> 8));
+}
+
+uint32_t Instance::os_timer() {
+    // 3.25 MHz: 13 counts every 4 microseconds.
+    const uint64_t elapsed = now_ns() - state_->epoch_ns;
+    return static_cast<uint32_t>(elapsed * 13 / 4000);
+}
+
+uint64_t Instance::now_ns() const {
+    return plat::monotonic_ns() + __atomic_load_n(&state_->skew_ns, __ATOMIC_RELAXED);
+}
+
+void Instance::advance(uint64_t ns) {
+    Guard g(*state_);
+    state_->skew_ns += ns;
+    for (int i = 0; i < kSlots; ++i) {
+        if (state_->slots[i].kind == static_cast<uint8_t>(ModuleKind::Parallel))
+            models::parallel_advance(*state_, i, now_ns());
+    }
+}
+
+bool Instance::plug(int slot, const SlotDescription& module) {
+    if (slot < 0 || slot >= kSlots || module.kind == ModuleKind::Empty) return false;
+    Guard g(*state_);
+    const int count = state_->slot_count_code == 7 ? 8 : state_->slot_count_code;
+    if (slot >= count) return false;
+    models::slot_install(*state_, slot, module, now_ns());
+    return true;
+}
+
+bool Instance::unplug(int slot) {
+    if (slot < 0 || slot >= kSlots) return false;
+    Guard g(*state_);
+    models::slot_remove(*state_, slot);
+    return true;
+}
+
+void Instance::set_dip_switch(uint8_t positions) {
+    Guard g(*state_);
+    state_->dip_switch = positions;
+}
+
+bool Instance::set_inputs(int slot, uint32_t lines) {
+    if (slot < 0 || slot >= kSlots) return false;
+    Guard g(*state_);
+    Slot& sl = state_->slots[slot];
+    switch (static_cast<ModuleKind>(sl.kind)) {
+    case ModuleKind::Parallel: {
+        const uint8_t n = sl.parallel.di_channels;
+        sl.parallel.di = n >= 32 ? lines : (lines & ((1u << n) - 1u));
+        return n > 0;
+    }
+    case ModuleKind::Serial:
+        sl.serial.di = lines;
+        return sl.serial.di_channels > 0;
+    case ModuleKind::Empty:
+        break;
+    }
+    return false;
+}
+
+}  // namespace vex::sim

@@ -1,0 +1,79 @@
+// One virtual controller instance, attached in this process.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/shared_section.h"
+#include "sim/description.h"
+#include "sim/state.h"
+
+namespace vex::sim {
+
+class Instance {
+public:
+    // Attaches to the named instance. When it does not exist yet (or its
+    // state was never finished), creates it and powers it up from
+    // <instance dir>/description.toml, or the built-in default.
+    static std::unique_ptr<Instance> attach(const std::string& name, std::string* error);
+    // Removes an instance completely: its shared memory and its directory.
+    static bool destroy(const std::string& name);
+    // Powers the instance up again from its description: registers, modules
+    // and the OS timer start afresh (the registry keeps its contents).
+    bool power_cycle(std::string* error);
+
+    const std::string& name() const { return name_; }
+    State& state() { return *state_; }
+
+    // Register access as the library sees it.
+    uint8_t read8(uint32_t offset);
+    void write8(uint32_t offset, uint8_t value);
+    uint16_t read16(uint32_t offset);
+    void write16(uint32_t offset, uint16_t value);
+    uint32_t os_timer();
+    // The instance's clock: the monotonic clock plus any time let pass.
+    uint64_t now_ns() const;
+    // Lets time pass at once for the instance's timers and watchdogs.
+    void advance(uint64_t ns);
+
+    // Control, for vexsim and tests.
+    bool plug(int slot, const SlotDescription& module);
+    bool unplug(int slot);
+    void set_dip_switch(uint8_t positions);
+    // Sets the input lines of a parallel-bus or serial module in a slot.
+    bool set_inputs(int slot, uint32_t lines);
+    // Runs f with the state locked; models may be called from f.
+    template <typename F>
+    auto with_lock(F&& f) {
+        Guard g(*state_);
+        return f(*state_);
+    }
+
+    // The description this instance was powered up from.
+    std::optional<Description> description(std::string* error) const;
+
+    ~Instance();
+
+private:
+    struct Guard {
+        explicit Guard(State& s) : s_(s) { s_.lock.lock(); }
+        ~Guard() { s_.lock.unlock(); }
+        State& s_;
+    };
+    Instance(std::string name, std::unique_ptr<plat::SharedSection> section);
+    void power_up(const Description& d);
+    void trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now);
+
+    std::string name_;
+    std::unique_ptr<plat::SharedSection> section_;
+    State* state_;
+};
+
+// The instance the library's platform layer talks to in this process (null
+// on hardware or before the library attached).
+Instance* current();
+void set_current(Instance* instance);
+
+}  // namespace vex::sim

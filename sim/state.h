@@ -1,0 +1,108 @@
+// The shared state of one virtual controller instance. It lives in POSIX
+// shared memory so that every process attached to the instance sees the
+// same hardware, as processes on a real controller do. Plain data only:
+// no pointers, fixed-width fields, one layout for every process.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/shared_section.h"
+
+namespace vex::sim {
+
+inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
+inline constexpr uint32_t kStateLayout = 1;
+inline constexpr int kSlots = 8;
+
+enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
+
+// A parallel-bus module: registers in its slot page.
+struct ParallelModule {
+    uint32_t di;            // input lines, bit n = channel n energised
+    uint32_t do_latch;      // output latch as last driven
+    uint8_t di_channels;    // 0, 4, 8, 16 or 32
+    uint8_t do_channels;
+    uint8_t capability;     // register 0x0E
+    uint8_t subtype;        // register 0x10 (identification) on modules without read-back
+    uint8_t readback;       // outputs readable at 0x10..0x16
+    uint8_t watchdog;       // carries a module watchdog
+    // Module watchdog.
+    uint8_t wdt_enabled;
+    uint8_t wdt_timeout;    // half-seconds, 0..255
+    uint8_t wdt_expired;
+    uint8_t wdt_irq_enable;
+    uint8_t last_source;    // low nibble of the status register
+    uint8_t pad0;
+    uint64_t wdt_deadline_ns;
+    // Parameter access registers and the module's own parameter memory.
+    uint8_t param_mode;
+    uint8_t param_index;
+    uint8_t param_value;
+    uint8_t pad1;
+    uint8_t params[32];
+};
+
+// A serial module sitting in a slot (answers on the internal port).
+struct SerialSlotModule {
+    char kind[24];          // module kind from the description
+    uint8_t address;
+    uint8_t di_channels;
+    uint8_t do_channels;
+    uint8_t ai_channels;
+    uint8_t ao_channels;
+    uint8_t pad[3];
+    uint32_t di;
+    uint32_t do_latch;
+};
+
+struct Slot {
+    uint8_t kind;           // ModuleKind
+    uint8_t id;             // register 0x00 (255 for a serial module)
+    uint8_t pad[6];
+    ParallelModule parallel;
+    SerialSlotModule serial;
+};
+
+// A trace entry: one register write or serial exchange note.
+struct TraceEntry {
+    uint64_t when_ns;
+    uint32_t offset;
+    uint16_t value;
+    uint8_t kind;           // 1 = byte write, 2 = word write
+    uint8_t pad;
+};
+inline constexpr uint32_t kTraceEntries = 256;
+
+struct State {
+    uint32_t magic;         // kStateMagic once the creator has finished
+    uint32_t layout;
+    uint32_t size;
+    uint32_t pad0;
+    plat::ProcessMutex lock;
+    uint64_t generation;    // random, new each power-up
+    uint64_t epoch_ns;      // monotonic time of power-up (OS timer zero)
+    uint64_t skew_ns;       // time let pass on purpose (vexsim advance)
+    char instance[64];
+    char hardware_id[64];
+
+    // Backplane facts from the description.
+    uint8_t slot_count_code;   // register 0x9046, low three bits
+    uint8_t backplane_version; // register 0x9000
+    uint8_t dip_switch;        // switch positions, bit set = on
+    uint8_t cpu_id;            // bits 13..15 of the word at offset 0
+    uint8_t slot_select;       // last value written to 0x9004
+    uint8_t irq_line_armed;    // set by an end-of-interrupt write
+    uint8_t pad1[2];
+
+    Slot slots[kSlots];
+
+    uint32_t trace_next;
+    uint32_t pad2;
+    TraceEntry trace[kTraceEntries];
+
+    // Read side of every register of the window. Device models keep it
+    // current; the library's _vex_map pointer looks straight into it.
+    alignas(8) uint8_t image[0x10000];
+};
+
+}  // namespace vex::sim

@@ -1,0 +1,103 @@
+// vexsim set / plug / unplug.
+#include <cstdio>
+
+#include "tools/vexsim/commands.h"
+
+namespace {
+
+struct PlugOptions {
+    std::string id = "0";
+    unsigned di = 0;
+    unsigned dout = 0;
+    bool readback = false;
+    bool watchdog = false;
+    unsigned version = 1;
+    std::string serial;
+};
+
+bool valid_channels(unsigned n) { return n == 0 || n == 4 || n == 8 || n == 16 || n == 32; }
+
+}  // namespace
+
+void register_control_commands(CLI::App& app) {
+    static InstanceOption inst;
+    CLI::App* set = app.add_subcommand("set", "Set switches and inputs");
+    set->require_subcommand(1);
+
+    static std::string dip;
+    CLI::App* sd = set->add_subcommand("dip", "Set the DIP switch positions (bit set = on)");
+    inst.add_to(sd);
+    sd->add_option("value", dip, "Positions, e.g. 0x05")->required();
+    sd->callback([] {
+        auto i = attach_or_exit(inst.resolve());
+        i->set_dip_switch(static_cast<uint8_t>(parse_number_or_exit(dip, "the DIP switch", 0xFF)));
+        std::exit(0);
+    });
+
+    static unsigned slot = 0;
+    static std::string lines;
+    CLI::App* si = set->add_subcommand("inputs", "Set a module's input lines (bit n = channel n on)");
+    inst.add_to(si);
+    si->add_option("slot", slot, "Slot")->required();
+    si->add_option("value", lines, "Input lines, e.g. 0x8001")->required();
+    si->callback([] {
+        auto i = attach_or_exit(inst.resolve());
+        if (!i->set_inputs(static_cast<int>(slot), parse_number_or_exit(lines, "the inputs", 0xFFFFFFFF))) {
+            std::fprintf(stderr, "vexsim: slot %u holds no module with inputs\n", slot);
+            std::exit(1);
+        }
+        std::exit(0);
+    });
+
+    static PlugOptions plug;
+    static unsigned plug_slot = 0;
+    CLI::App* p = app.add_subcommand("plug", "Plug a module into a slot");
+    inst.add_to(p);
+    p->add_option("slot", plug_slot, "Slot")->required();
+    p->add_option("--id", plug.id, "Module ID of a bus module (0..254)");
+    p->add_option("--di", plug.di, "Input channels (0, 4, 8, 16, 32)");
+    p->add_option("--do", plug.dout, "Output channels (0, 4, 8, 16, 32)");
+    p->add_flag("--readback", plug.readback, "Outputs can be read back (with module watchdog)");
+    p->add_flag("--watchdog", plug.watchdog, "Module carries a watchdog");
+    p->add_option("--version", plug.version, "Hardware version (0..31)");
+    p->add_option("--serial", plug.serial, "Plug a serial module of this kind instead (e.g. dio)");
+    p->callback([] {
+        if (!valid_channels(plug.di) || !valid_channels(plug.dout) || plug.version > 31) {
+            std::fprintf(stderr, "vexsim: channel counts are 0, 4, 8, 16 or 32; versions 0..31\n");
+            std::exit(2);
+        }
+        vex::sim::SlotDescription d;
+        d.di_channels = static_cast<uint8_t>(plug.di);
+        d.do_channels = static_cast<uint8_t>(plug.dout);
+        if (!plug.serial.empty()) {
+            d.kind = vex::sim::ModuleKind::Serial;
+            d.id = 0xFF;
+            d.serial_kind = plug.serial;
+        } else {
+            d.kind = vex::sim::ModuleKind::Parallel;
+            d.id = static_cast<uint8_t>(parse_number_or_exit(plug.id, "the module ID", 254));
+            d.readback = plug.readback;
+            d.watchdog = plug.watchdog || plug.readback;
+            d.version = static_cast<uint8_t>(plug.version);
+        }
+        auto i = attach_or_exit(inst.resolve());
+        if (!i->plug(static_cast<int>(plug_slot), d)) {
+            std::fprintf(stderr, "vexsim: slot %u does not exist on this controller\n", plug_slot);
+            std::exit(1);
+        }
+        std::exit(0);
+    });
+
+    static unsigned unplug_slot = 0;
+    CLI::App* u = app.add_subcommand("unplug", "Remove the module from a slot");
+    inst.add_to(u);
+    u->add_option("slot", unplug_slot, "Slot")->required();
+    u->callback([] {
+        auto i = attach_or_exit(inst.resolve());
+        if (!i->unplug(static_cast<int>(unplug_slot))) {
+            std::fprintf(stderr, "vexsim: no slot %u\n", unplug_slot);
+            std::exit(1);
+        }
+        std::exit(0);
+    });
+}

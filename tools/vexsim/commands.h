@@ -1,0 +1,24 @@
+// vexsim's command groups.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "sim/instance.h"
+
+// The instance named by --instance, else by VEXSDK_TARGET, else "default".
+struct InstanceOption {
+    std::string name;
+    void add_to(CLI::App* cmd);
+    std::string resolve() const;
+};
+
+// Attaches to the instance or exits with a message.
+std::unique_ptr<vex::sim::Instance> attach_or_exit(const std::string& name);
+// Parses a number in decimal or 0x hexadecimal; exits with a message if bad.
+uint32_t parse_number_or_exit(const std::string& text, const char* what, uint32_t max);
+
+void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycle
+void register_show_commands(CLI::App& app);        // show, trace
+void register_control_commands(CLI::App& app);     // set, plug, unplug
