@@ -1,0 +1,41 @@
+#include "frame/library.h"
+
+#include <cstdio>
+#include <string>
+
+#include "frame/backplane.h"
+#include "platform/controller.h"
+#include "platform/system.h"
+#include "vexsdk.h"
+
+namespace vex::frame {
+namespace {
+
+int g_load_count = 0;
+
+void report(const std::string& what) {
+    if (!plat::env("VEXSDK_DEBUG").empty()) std::fprintf(stderr, "vexsdk: %s\n", what.c_str());
+}
+
+}  // namespace
+
+int load_count() { return g_load_count; }
+
+void library_attach() {
+    // The virtual controller must be up before the registry says what
+    // controller this is (its instance presets the hardware ID).
+    std::string why;
+    if (!plat::connect_controller(&why) || !why.empty()) report(why);
+    load_controller_model();
+    ++g_load_count;
+    pub_Orvale_Init();
+}
+
+void library_detach() {
+    pub_Orvale_Deinit();
+    --g_load_count;
+    forget_backplane_base();
+    plat::disconnect_controller();
+}
+
+}  // namespace vex::frame

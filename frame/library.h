@@ -1,0 +1,17 @@
+// The library's load and unload sequence. The shared library runs it from
+// its constructor and destructor; tests run it themselves so that each can
+// point the library at its own virtual controller.
+#pragma once
+
+namespace vex::frame {
+
+// Process attach: connect the target, fix the model code, map the window,
+// then the members the other subsystems add. Always succeeds; problems are
+// reported on stderr when VEXSDK_DEBUG is set.
+void library_attach();
+// Process detach, in reverse.
+void library_detach();
+// How many times the library is attached in this process.
+int load_count();
+
+}  // namespace vex::frame

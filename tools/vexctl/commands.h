@@ -1,0 +1,9 @@
+// vexctl's command groups; each file registers its own subcommands.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+void register_info_command(CLI::App& app);
+void register_reg_command(CLI::App& app);
+void register_io_commands(CLI::App& app);      // di, do, wdt
+void register_serial_commands(CLI::App& app);  // serial, ports
