@@ -1,0 +1,100 @@
+// The hardware path, run on a plain file standing in for physical memory.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "frame/backplane.h"
+#include "frame/library.h"
+#include "platform/target.h"
+#include "vexsdk.h"
+
+namespace {
+
+constexpr off_t kWindow = 0x17000000;
+constexpr off_t kOsTimerCount = 0x40A00010;
+
+class HwPath : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char templ[] = "/tmp/vexsdk-hw-XXXXXX";
+        ASSERT_NE(::mkdtemp(templ), nullptr);
+        dir_ = templ;
+        fd_ = ::open((dir_ + "/physmem").c_str(), O_RDWR | O_CREAT, 0600);
+        ASSERT_GE(fd_, 0);
+        ASSERT_EQ(::ftruncate(fd_, kOsTimerCount + 0x1000), 0);  // sparse: costs no disk
+        poke(kWindow + 0x0001, 0x60);  // CPU ID 3 in bits 13..15
+        poke(kWindow + 0x9000, 4);     // backplane version
+        poke(kWindow + 0x9002, 0xFA);  // DIP switch, active low
+        poke(kWindow + 0x9008, 0xFE);  // only slot 0 present
+        poke(kWindow + 0x9046, 0x07);  // eight slots
+        poke(kWindow + 0x1000, 0x2F);  // slot 0 module ID
+        const uint32_t count = 0x12345678;
+        ASSERT_EQ(::pwrite(fd_, &count, 4, kOsTimerCount), 4);
+        ::setenv("VEXSDK_TARGET", "hw", 1);
+        ::setenv("VEXSDK_PHYSMEM", (dir_ + "/physmem").c_str(), 1);
+        ::setenv("VEXSDK_REGISTRY", (dir_ + "/registry.db").c_str(), 1);
+        vex::plat::reload_target();
+        vex::frame::library_attach();
+    }
+    void TearDown() override {
+        vex::frame::library_detach();
+        ::close(fd_);
+        std::filesystem::remove_all(dir_);
+        ::unsetenv("VEXSDK_PHYSMEM");
+        ::unsetenv("VEXSDK_REGISTRY");
+    }
+    void poke(off_t at, uint8_t v) { ASSERT_EQ(::pwrite(fd_, &v, 1, at), 1); }
+    uint8_t peek(off_t at) {
+        uint8_t v = 0;
+        EXPECT_EQ(::pread(fd_, &v, 1, at), 1);
+        return v;
+    }
+    std::string dir_;
+    int fd_ = -1;
+};
+
+TEST_F(HwPath, AccessorsReachTheMappedWindow) {
+    EXPECT_EQ(vex_GetSlotCount(), 8u);
+    EXPECT_EQ(vex_GetCPUID(), 3u);
+    EXPECT_EQ(vex_GetDIPSwitch(), 0x05);
+    EXPECT_TRUE(_vex_slot_exists(0));
+    EXPECT_FALSE(_vex_slot_exists(1));
+    EXPECT_EQ(_vex_slot_inp(0, 0), 0x2Fu);
+    char version[10];
+    EXPECT_EQ(vex_GetBackplaneID(version), 7);
+    EXPECT_STREQ(version, "1.0.4.0");
+    EXPECT_EQ(_vex_oscr0(), 0x12345678u);
+
+    vex_ChangeSlot(3);
+    EXPECT_EQ(peek(kWindow + 0x9004), 0xF7);
+    _vex_slot_outpw(2, 0x10, 0xBEEF);
+    EXPECT_EQ(peek(kWindow + 0x3010), 0xEF);
+    EXPECT_EQ(peek(kWindow + 0x3011), 0xBE);
+    EXPECT_EQ(_vex_map(0x3010), _vex_map(0) + 0x3010);
+    EXPECT_EQ(*_vex_map(0x3011), 0xBE);
+}
+
+TEST_F(HwPath, ModelCodeComesFromTheStoreAtLoad) {
+    EXPECT_EQ(vex::frame::controller_model(), vex::frame::kModelUnknown);
+    const std::wstring id = L"HR4-16";
+    ASSERT_TRUE(vex_RegSetString(L"HKEY_LOCAL_MACHINE\\HARDWARE\\MODULETYPE\\HWID", id.c_str(),
+                                 static_cast<uint32_t>(id.size() * sizeof(wchar_t))));
+    vex::frame::library_detach();
+    vex::frame::library_attach();
+    EXPECT_EQ(vex::frame::controller_model(), vex::frame::kModelMultiSlot);
+}
+
+TEST_F(HwPath, MissingPhysicalMemoryLeavesAFloatingBus) {
+    vex::frame::library_detach();
+    ::setenv("VEXSDK_PHYSMEM", (dir_ + "/absent").c_str(), 1);
+    vex::frame::library_attach();
+    EXPECT_EQ(_vex_inp(0x9000), 0xFFu);
+    EXPECT_EQ(_vex_map(0), nullptr);
+    EXPECT_EQ(_vex_oscr0(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "platform/target.h"
+#include "sim/host.h"
+#include "sim/instance.h"
+#include "tests/support/sim_fixture.h"
+
+namespace {
+
+using vex::sim::Instance;
+
+int shared_objects_with(const std::string& prefix) {
+    int n = 0;
+    DIR* d = ::opendir("/dev/shm");
+    if (!d) return 0;
+    while (dirent* e = ::readdir(d)) n += std::strncmp(e->d_name, prefix.c_str() + 1, prefix.size() - 1) == 0;
+    ::closedir(d);
+    return n;
+}
+
+class SimInstance : public vex::test::SimFixture {};
+
+TEST_F(SimInstance, AttachmentsShareOneControllerAndNamesNeverMix) {
+    std::string error;
+    auto second = Instance::attach(instance_name(), &error);
+    ASSERT_TRUE(second) << error;
+    second->write8(0x9010, 0x5A);
+    EXPECT_EQ(sim().read8(0x9010), 0x5A) << "two attachments of one instance see one register file";
+
+    const std::string other_name = instance_name() + "-other";
+    auto other = Instance::attach(other_name, &error);
+    ASSERT_TRUE(other) << error;
+    EXPECT_EQ(other->read8(0x9010), 0x00) << "another instance has its own registers";
+    other->set_dip_switch(0xFF);
+    EXPECT_EQ(sim().read8(0x9002), static_cast<uint8_t>(~0x05));
+    other.reset();
+    EXPECT_TRUE(Instance::destroy(other_name));
+    EXPECT_EQ(shared_objects_with(vex::plat::sim_object_prefix(other_name)), 0);
+    EXPECT_FALSE(std::filesystem::exists(vex::plat::instance_dir(other_name)));
+}
+
+TEST_F(SimInstance, OneHostAtATime) {
+    // The library hosts the test's instance in-process, so nobody else can.
+    EXPECT_EQ(vex::sim::Host::host_pid(instance_name()), ::getpid());
+    std::string why;
+    EXPECT_EQ(vex::sim::Host::try_start(sim(), &why), nullptr);
+    const auto r = vex::test::run_vexsim({"serve"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.output.find("already hosted"), std::string::npos) << r.output;
+}
+
+TEST_F(SimInstance, PowerCycleStartsAfresh) {
+    sim().write8(0x9010, 0x11);
+    sim().unplug(0);
+    const uint64_t generation = sim().state().generation;
+    std::string error;
+    ASSERT_TRUE(sim().power_cycle(&error)) << error;
+    EXPECT_EQ(sim().read8(0x9010), 0x00);
+    EXPECT_EQ(sim().read8(0x1000), 0x2F) << "the described module is back";
+    EXPECT_NE(sim().state().generation, generation);
+}
+
+TEST_F(SimInstance, OutOfWindowAccessesFloat) {
+    EXPECT_EQ(sim().read8(0x10000), 0xFF);
+    EXPECT_EQ(sim().read8(0xFFFFFFFF), 0xFF);
+    sim().write8(0x12345678, 1);  // nothing decodes there
+    EXPECT_EQ(sim().read16(0xFFFF), 0xFF00 | sim().read8(0xFFFF));
+}
+
+TEST_F(SimInstance, ShowAndTraceFromAnotherProcess) {
+    sim().write8(0x9004, 0xFB);
+    auto r = vex::test::run_vexsim({"show"});
+    ASSERT_EQ(r.status, 0) << r.output;
+    EXPECT_NE(r.output.find("slot 0: bus module ID 0x2F"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("slot 3: serial module 'dio'"), std::string::npos);
+    EXPECT_NE(r.output.find("slot select 0xFB"), std::string::npos);
+    r = vex::test::run_vexsim({"trace", "-n", "1"});
+    EXPECT_NE(r.output.find("0x9004 <- 0xFB"), std::string::npos) << r.output;
+}
+
+TEST(SimInstanceNames, InvalidNamesAreRefused) {
+    for (const char* bad : {"", "..", "a/b", "x y", "name\n"}) {
+        std::string error;
+        EXPECT_EQ(Instance::attach(bad, &error), nullptr) << bad;
+        EXPECT_FALSE(error.empty());
+    }
+    vex::plat::Target t;
+    EXPECT_TRUE(vex::plat::parse_target("sim:abc", t));
+    EXPECT_EQ(t.instance, "abc");
+    EXPECT_TRUE(vex::plat::parse_target("hw", t));
+    EXPECT_TRUE(t.hardware);
+    EXPECT_FALSE(vex::plat::parse_target("sim:", t));
+    EXPECT_FALSE(vex::plat::parse_target("hardware", t));
+}
+
+}  // namespace

@@ -1,0 +1,111 @@
+#include "tests/support/sim_fixture.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "frame/library.h"
+#include "platform/target.h"
+#include "platform/system.h"
+
+extern char** environ;
+
+namespace vex::test {
+
+ProcessResult run_process(const std::vector<std::string>& argv, int timeout_ms) {
+    ProcessResult result;
+    int pipefd[2];
+    if (::pipe2(pipefd, O_CLOEXEC) != 0) return result;
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 1);
+    ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 2);
+    ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    std::vector<char*> args;
+    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    pid_t pid = -1;
+    const int rc = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::close(pipefd[1]);
+    if (rc != 0) {
+        ::close(pipefd[0]);
+        result.output = "cannot start " + argv[0];
+        return result;
+    }
+    const uint64_t deadline = plat::monotonic_ns() + static_cast<uint64_t>(timeout_ms) * 1000000ull;
+    char buf[4096];
+    for (;;) {
+        pollfd p{pipefd[0], POLLIN, 0};
+        const int64_t left = static_cast<int64_t>(deadline - plat::monotonic_ns()) / 1000000;
+        if (left <= 0) {
+            ::kill(pid, SIGKILL);
+            result.output += "\n[killed: time-out]";
+            break;
+        }
+        if (::poll(&p, 1, static_cast<int>(left)) <= 0) continue;
+        const ssize_t n = ::read(pipefd[0], buf, sizeof buf);
+        if (n <= 0) break;
+        result.output.append(buf, static_cast<size_t>(n));
+    }
+    ::close(pipefd[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return result;
+}
+
+ProcessResult run_vexsim(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{VEXSIM_PATH};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return run_process(argv);
+}
+
+ProcessResult run_vexctl(const std::vector<std::string>& args) {
+    std::vector<std::string> argv{VEXCTL_PATH};
+    argv.insert(argv.end(), args.begin(), args.end());
+    return run_process(argv);
+}
+
+void SimFixture::SetUp() {
+    static std::atomic<int> counter{0};
+    name_ = "t" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
+    char templ[] = "/tmp/vexsdk-test-XXXXXX";
+    ASSERT_NE(::mkdtemp(templ), nullptr);
+    dir_ = templ;
+    ::setenv("VEXSDK_SIM_DIR", dir_.c_str(), 1);
+    ::setenv("VEXSDK_TARGET", ("sim:" + name_).c_str(), 1);
+    ::unsetenv("VEXSDK_REGISTRY");
+    ::unsetenv("VEXSDK_PHYSMEM");
+    plat::reload_target();
+    const std::string text = description();
+    if (!text.empty()) {
+        std::filesystem::create_directories(plat::instance_dir(name_));
+        std::ofstream(plat::instance_dir(name_) + "/description.toml") << text;
+    }
+    frame::library_attach();
+    ASSERT_NE(sim::current(), nullptr) << "the library did not attach to instance " << name_;
+}
+
+void SimFixture::TearDown() {
+    frame::library_detach();
+    sim::Instance::destroy(name_);
+    std::error_code ec;
+    std::filesystem::remove_all(dir_, ec);
+}
+
+sim::Instance& SimFixture::sim() { return *sim::current(); }
+
+void SimFixture::reattach() {
+    frame::library_detach();
+    frame::library_attach();
+}
+
+}  // namespace vex::test
