@@ -18,6 +18,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/vexsdkConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/vexsdkConfig.cmake
   ${PROJECT_BINARY_DIR}/vexsdkConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vexsdk)
+# The .pc file finds its prefix relative to itself, so the SDK can move.
+file(RELATIVE_PATH VEXSDK_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" VEXSDK_PC_TO_PREFIX "${VEXSDK_PC_TO_PREFIX}")
 configure_file(cmake/vexsdk.pc.in ${PROJECT_BINARY_DIR}/vexsdk.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vexsdk.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
