@@ -109,7 +109,7 @@ VEX_BOOL name_by_index(const wchar_t* path, uint32_t index, wchar_t* name) {
         record(VEX_REG_INVALID_PARAMETER);
         return VEX_FALSE;
     }
-    const uint32_t result = with_path(path, [&](const PathParts& p, reg::Store& store) {
+    const uint32_t result = with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         std::wstring found;
         const uint32_t r = Keys ? store.subkey_name(p.root, p.key_path, index, found)
                                 : store.value_name(p.root, p.key_path, index, found);
@@ -124,25 +124,25 @@ VEX_BOOL name_by_index(const wchar_t* path, uint32_t index, wchar_t* name) {
 VEXSDK_EXTERN_C_BEGIN
 
 VEX_BOOL vex_RegKeyExist(const wchar_t* path) {
-    return ok(with_path(path, [](const PathParts& p, reg::Store& store) {
+    return ok(with_path(path, [](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.key_exists(p.root, p.value_key);
     }));
 }
 
 VEX_BOOL vex_RegCreateKey(const wchar_t* path) {
-    return ok(with_path(path, [](const PathParts& p, reg::Store& store) {
+    return ok(with_path(path, [](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.create_key(p.root, p.key_path);
     }));
 }
 
 VEX_BOOL vex_RegDeleteKey(const wchar_t* path) {
-    return ok(with_path(path, [](const PathParts& p, reg::Store& store) {
+    return ok(with_path(path, [](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.delete_key(p.root, p.key_path);
     }));
 }
 
 VEX_BOOL vex_RegDeleteValue(const wchar_t* path) {
-    return ok(with_path(path, [](const PathParts& p, reg::Store& store) {
+    return ok(with_path(path, [](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.delete_value(p.root, p.value_key, p.value_name);
     }));
 }
@@ -152,7 +152,7 @@ VEX_BOOL vex_RegSetString(const wchar_t* path, const wchar_t* data, uint32_t len
         record(VEX_REG_INVALID_PARAMETER);
         return VEX_FALSE;
     }
-    return ok(with_path(path, [&](const PathParts& p, reg::Store& store) {
+    return ok(with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         // The value is length + 1 bytes, as the caller gave it: whole wide
         // characters of that size, but never past data's terminator.
         const uint64_t chars = (static_cast<uint64_t>(length) + 1) / sizeof(wchar_t);
@@ -164,7 +164,7 @@ VEX_BOOL vex_RegSetString(const wchar_t* path, const wchar_t* data, uint32_t len
 }
 
 VEX_BOOL vex_RegSetDWORD(const wchar_t* path, uint32_t value) {
-    return ok(with_path(path, [&](const PathParts& p, reg::Store& store) {
+    return ok(with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.set_value(p.root, p.value_key, p.value_name, reg::Value::dword(value));
     }));
 }
@@ -175,7 +175,7 @@ VEX_BOOL vex_RegGetString(const wchar_t* path, wchar_t* text, uint32_t size) {
         return VEX_FALSE;
     }
     const uint32_t capacity = std::min(size, kStringBufferBytes);
-    const uint32_t result = with_path(path, [&](const PathParts& p, reg::Store& store) {
+    const uint32_t result = with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         reg::Value v;
         const uint32_t r = store.get_value(p.root, p.value_key, p.value_name, v);
         if (r != VEX_REG_SUCCESS) return r;
@@ -191,7 +191,7 @@ VEX_BOOL vex_RegGetString(const wchar_t* path, wchar_t* text, uint32_t size) {
 
 uint32_t vex_RegGetDWORD(const wchar_t* path) {
     uint32_t number = 0;
-    with_path(path, [&](const PathParts& p, reg::Store& store) {
+    with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         reg::Value v;
         const uint32_t r = store.get_value(p.root, p.value_key, p.value_name, v);
         if (r != VEX_REG_SUCCESS) return r;
@@ -204,7 +204,7 @@ uint32_t vex_RegGetDWORD(const wchar_t* path) {
 
 uint32_t vex_RegCountKey(const wchar_t* path) {
     uint32_t count = 0;
-    with_path(path, [&](const PathParts& p, reg::Store& store) {
+    with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.count_subkeys(p.root, p.key_path, count);
     });
     return count;
@@ -212,7 +212,7 @@ uint32_t vex_RegCountKey(const wchar_t* path) {
 
 uint32_t vex_RegCountValue(const wchar_t* path) {
     uint32_t count = 0;
-    with_path(path, [&](const PathParts& p, reg::Store& store) {
+    with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         return store.count_values(p.root, p.key_path, count);
     });
     return count;
@@ -228,7 +228,7 @@ VEX_BOOL vex_RegGetValueByIndex(const wchar_t* path, uint32_t index, wchar_t* na
 
 uint32_t vex_RegGetKeyInfo(const wchar_t* path) {
     uint32_t info = VEX_REG_INFO_NONE;
-    with_path(path, [&](const PathParts& p, reg::Store& store) {
+    with_path(path, [&](const PathParts& p, reg::Store& store) -> uint32_t {
         if (store.key_exists(p.root, p.key_path) == VEX_REG_SUCCESS) {
             info = VEX_REG_INFO_KEY;
             return VEX_REG_SUCCESS;

@@ -249,11 +249,11 @@ struct Store::Impl {
     std::string checked_text;
 
     explicit Impl(const std::string& p) : path(p) {}
-    ~Impl() {
-        // A connection inherited through fork() belongs to the parent: closing
-        // it here could disturb the parent's locks and WAL, so it is dropped.
-        if (db && owner == ::getpid()) sqlite3_close_v2(db);
-    }
+    // A connection is closed only by the process that opened it. The fork
+    // guard below closes connections before fork(); should one still reach
+    // a child (a clone the guard did not see), the child drops it unused,
+    // since closing it could disturb the parent's locks and WAL.
+    ~Impl() { close(); }
 
     void close() {
         if (db && owner == ::getpid()) sqlite3_close_v2(db);
@@ -262,10 +262,7 @@ struct Store::Impl {
     }
 
     void open() {
-        if (db && owner != ::getpid()) {
-            db = nullptr;  // inherited from the parent: leave it alone
-            checked_generation = false;
-        }
+        if (db && owner != ::getpid()) close();  // inherited: dropped, not closed
         if (db) return;
         std::error_code ec;
         const std::filesystem::path parent = std::filesystem::path(path).parent_path();
@@ -421,7 +418,7 @@ uint32_t Store::set_generation(const std::string& generation) {
     std::lock_guard lock(mutex_);
     generation_ = generation;
     if (impl_->generation_current(generation_)) return VEX_REG_SUCCESS;
-    return impl_->transact(generation_, false, [](sqlite3*) { return VEX_REG_SUCCESS; });
+    return impl_->transact(generation_, false, [](sqlite3*) -> uint32_t { return VEX_REG_SUCCESS; });
 }
 
 uint32_t Store::key_exists(Root root, std::wstring_view key) {
@@ -429,7 +426,7 @@ uint32_t Store::key_exists(Root root, std::wstring_view key) {
     std::vector<std::string> names;
     if (const uint32_t r = split_key(key, names)) return r;
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, false, [&](sqlite3* db) {
+    return impl_->transact(generation_, false, [&](sqlite3* db) -> uint32_t {
         return find_key(db, root, names) ? VEX_REG_SUCCESS : VEX_REG_FILE_NOT_FOUND;
     });
 }
@@ -439,7 +436,7 @@ uint32_t Store::create_key(Root root, std::wstring_view key, bool is_volatile) {
     std::vector<std::string> names;
     if (const uint32_t r = split_key(key, names)) return r;
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) {
+    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
         make_key(db, root, names, is_volatile);
         return VEX_REG_SUCCESS;
     });
@@ -451,7 +448,7 @@ uint32_t Store::delete_key(Root root, std::wstring_view key) {
     if (const uint32_t r = split_key(key, names)) return r;
     if (names.empty()) return VEX_REG_ACCESS_DENIED;  // the roots are permanent
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) {
+    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt del(db, "DELETE FROM keys WHERE id = ?1");
@@ -468,7 +465,7 @@ uint32_t Store::set_value(Root root, std::wstring_view key, std::wstring_view na
     if (const uint32_t r = split_key(key, names)) return r;
     const std::string value_name = to_utf8(name);
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) {
+    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
         const int64_t id = make_key(db, root, names, false);
         // The upsert keeps the name's original spelling when it is rewritten.
         Stmt up(db,
@@ -494,7 +491,7 @@ uint32_t Store::get_value(Root root, std::wstring_view key, std::wstring_view na
     if (const uint32_t r = split_key(key, names)) return r;
     const std::string value_name = to_utf8(name);
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, false, [&](sqlite3* db) {
+    return impl_->transact(generation_, false, [&](sqlite3* db) -> uint32_t {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt q(db, "SELECT type, data FROM vals WHERE key = ?1 AND name = ?2");
@@ -520,7 +517,7 @@ uint32_t Store::delete_value(Root root, std::wstring_view key, std::wstring_view
     if (const uint32_t r = split_key(key, names)) return r;
     const std::string value_name = to_utf8(name);
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) {
+    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt del(db, "DELETE FROM vals WHERE key = ?1 AND name = ?2");
@@ -539,7 +536,7 @@ uint32_t count_rows(Impl& impl, const std::string& generation, Root root, std::w
     if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
     std::vector<std::string> names;
     if (const uint32_t r = split_key(key, names)) return r;
-    return impl.transact(generation, false, [&](sqlite3* db) {
+    return impl.transact(generation, false, [&](sqlite3* db) -> uint32_t {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt q(db, sql);
@@ -557,7 +554,7 @@ uint32_t name_at(Impl& impl, const std::string& generation, Root root, std::wstr
     if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
     std::vector<std::string> names;
     if (const uint32_t r = split_key(key, names)) return r;
-    return impl.transact(generation, false, [&](sqlite3* db) {
+    return impl.transact(generation, false, [&](sqlite3* db) -> uint32_t {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt q(db, sql);

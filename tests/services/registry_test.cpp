@@ -396,7 +396,7 @@ TEST_F(RegistryTest, FollowsTheTargetWhenItChanges) {
 }
 
 TEST_F(RegistryTest, ChildProcessWritesParentReads) {
-    ASSERT_TRUE(vex_RegSetDWORD(L"HKEY_LOCAL_MACHINE\\Fork\\parent", 10));  // parent's connection is open
+    ASSERT_TRUE(vex_RegSetDWORD(L"HKEY_LOCAL_MACHINE\\Fork\\parent", 10));  // parent has used the store
     const int status = in_child([] {
         if (vex_RegGetDWORD(L"HKEY_LOCAL_MACHINE\\Fork\\parent") != 10) return 1;
         return vex_RegSetString(L"HKEY_LOCAL_MACHINE\\Fork\\child", L"hello", 20) ? 0 : 2;
