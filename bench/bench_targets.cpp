@@ -8,6 +8,7 @@
 #include <string>
 
 #include "frame/library.h"
+#include "platform/shared_section.h"
 #include "platform/target.h"
 #include "sim/instance.h"
 #include "vexsdk.h"
@@ -68,6 +69,8 @@ void use_sim() {
 void release() {
     if (g_attached) frame::library_detach();
     g_attached = false;
+    // The hardware target's shared objects have no instance name.
+    if (plat::target().hardware) plat::remove_shared_objects("/vexsdk.hw.");
     if (!g_instance.empty()) sim::Instance::destroy(g_instance);
     g_instance.clear();
     if (!g_dir.empty()) {

@@ -55,7 +55,9 @@ uint32_t slot_count() {
 
 bool slot_present(uint32_t slot) {
     // Active low; slots 8 and above have no bit and always read present.
-    return ((plat::bus_read8(kRegSlotPresence) >> (slot & 0xFF)) & 1u) == 0;
+    const uint32_t s = slot & 0xFF;
+    if (s >= 8) return true;
+    return ((plat::bus_read8(kRegSlotPresence) >> s) & 1u) == 0;
 }
 
 bool is_valid_slot(uint32_t slot) {

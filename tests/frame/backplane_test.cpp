@@ -35,6 +35,8 @@ TEST_F(Backplane, SlotAddressing) {
     EXPECT_TRUE(_vex_slot_exists(0));
     EXPECT_FALSE(_vex_slot_exists(6));
     EXPECT_TRUE(_vex_slot_exists(9));
+    EXPECT_TRUE(_vex_slot_exists(255));
+    EXPECT_FALSE(_vex_slot_exists(0x106)) << "only the low byte counts";
     EXPECT_EQ(_vex_slot_inp(0, 0), 0x2Fu);
     EXPECT_EQ(_vex_inp(_vex_slot_map(3, 0)), 0xFFu) << "serial modules identify as 255";
 
