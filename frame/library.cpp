@@ -4,6 +4,7 @@
 #include <string>
 
 #include "frame/backplane.h"
+#include "io/parallel_io.h"
 #include "platform/controller.h"
 #include "platform/system.h"
 #include "vexsdk.h"
@@ -29,9 +30,11 @@ void library_attach() {
     load_controller_model();
     ++g_load_count;
     pub_Orvale_Init();
+    io::attach_parallel_io();
 }
 
 void library_detach() {
+    io::detach_parallel_io();
     pub_Orvale_Deinit();
     --g_load_count;
     forget_backplane_base();

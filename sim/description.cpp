@@ -90,6 +90,11 @@ void read_slot(Reader& r, const toml::table& t, Description& d) {
             s.capability = r.integer<uint8_t>(t, "capability", 0, 0, 255, where);
         s.subtype = r.integer<uint8_t>(t, "subtype", 0, 0, 255, where);
         s.di = r.integer<uint32_t>(t, "di", 0, 0, 0xFFFFFFFFLL, where);
+        s.power_on = r.integer<uint32_t>(t, "power_on", 0, 0, 0xFFFFFFFFLL, where);
+        s.safe = r.integer<uint32_t>(t, "safe", 0, 0, 0xFFFFFFFFLL, where);
+        s.wdt_timeout = r.integer<uint8_t>(t, "wdt_timeout", s.wdt_timeout, 0, 255, where);
+        if (!s.watchdog && (t.get("power_on") || t.get("safe") || t.get("wdt_timeout")))
+            r.fail(where + ": 'power_on', 'safe' and 'wdt_timeout' need a module with a watchdog");
     } else if (type == "serial") {
         s.kind = ModuleKind::Serial;
         s.id = 0xFF;

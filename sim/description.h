@@ -24,6 +24,11 @@ struct SlotDescription {
     std::optional<uint8_t> capability;  // raw register 0x0E, overrides the above
     uint8_t subtype = 0;          // register 0x10
     uint32_t di = 0;              // initial input lines
+    // Modules with a watchdog: what a new module holds in its parameter
+    // memory, and its timeout register at power-up.
+    uint32_t power_on = 0;        // power-on output value (0 = none)
+    uint32_t safe = 0;            // safe output value
+    uint8_t wdt_timeout = 10;     // half-seconds
     // Serial modules.
     std::string serial_kind;
     uint8_t address = 0;

@@ -19,28 +19,34 @@ enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
 // A parallel-bus module: registers in its slot page.
 struct ParallelModule {
     uint32_t di;            // input lines, bit n = channel n energised
-    uint32_t do_latch;      // output latch as last driven
+    uint32_t do_latch;      // outputs as the module drives them
     uint8_t di_channels;    // 0, 4, 8, 16 or 32
     uint8_t do_channels;
     uint8_t capability;     // register 0x0E
     uint8_t subtype;        // register 0x10 (identification) on modules without read-back
     uint8_t readback;       // outputs readable at 0x10..0x16
-    uint8_t watchdog;       // carries a module watchdog
-    // Module watchdog.
-    uint8_t wdt_enabled;
-    uint8_t wdt_timeout;    // half-seconds, 0..255
-    uint8_t wdt_expired;
-    uint8_t wdt_irq_enable;
-    uint8_t last_source;    // low nibble of the status register
-    uint8_t pad0;
-    uint64_t wdt_deadline_ns;
-    // Parameter access registers and the module's own parameter memory.
-    uint8_t param_mode;
-    uint8_t param_index;
-    uint8_t param_value;
-    uint8_t pad1;
+    uint8_t watchdog;       // carries a module watchdog and parameter memory
+    // Module watchdog (modules with `watchdog` only).
+    uint8_t wdt_enabled;    // register 0x1C as last written (bit 0)
+    uint8_t wdt_timeout;    // register 0x1E: half-seconds; 0 counts as 256
+    uint8_t wdt_expired;    // status bit 4: outputs held at the safe value
+    uint8_t wdt_irq_enable; // register 0x22 as last written (2 = on, 0 = off)
+    uint8_t last_source;    // status bits 0..3, one of kSource*
+    uint8_t param_mode;     // register 0x16: 1 = write, 0 = read
+    uint8_t param_index;    // register 0x18
+    uint8_t pad0[3];
+    uint64_t wdt_deadline_ns;  // instance clock at which the armed watchdog expires
+    // The module's own parameter memory (0 = power-on value enabled, 1..4
+    // power-on value, 9..12 safe value). Kept across power cycles in the
+    // instance directory, like the module's non-volatile memory it models.
     uint8_t params[32];
 };
+
+// Last-output-source codes of the virtual controller's modules (status
+// register 0x20, bits 0..3): what last drove the outputs.
+inline constexpr uint8_t kSourceHost = 0;     // the host's writes, or the reset state (all off)
+inline constexpr uint8_t kSourcePowerOn = 1;  // the stored power-on value, at power-up
+inline constexpr uint8_t kSourceSafe = 2;     // the stored safe value, when the watchdog expired
 
 // A serial module sitting in a slot (answers on the internal port).
 struct SerialSlotModule {
@@ -73,6 +79,23 @@ struct TraceEntry {
 };
 inline constexpr uint32_t kTraceEntries = 256;
 
+// One of the controller's own COM ports (the internal backplane port and the
+// external bus ports), as the host publishes it: a pseudo-terminal plus the
+// modem lines it lacks. DTR and RTS are driven by whoever has the port open;
+// the far end drives its own lines, and with loopback wiring DTR also
+// drives DSR and carrier detect, RTS drives CTS. Each input line counts its
+// transitions, so a waiter never misses a short pulse.
+inline constexpr int kSerialPorts = 8;
+struct SerialPortState {
+    char name[20];          // "COM1:"; empty when the entry is unused
+    char device[64];        // slave side of the pseudo-terminal
+    uint8_t loopback;
+    uint8_t dtr;
+    uint8_t rts;
+    uint8_t far_lines;      // CTS 0x10, DSR 0x20, RING 0x40, carrier 0x80
+    uint32_t transitions[4];  // CTS, DSR, RING, carrier detect
+};
+
 struct State {
     uint32_t magic;         // kStateMagic once the creator has finished
     uint32_t layout;
@@ -99,6 +122,8 @@ struct State {
     uint32_t trace_next;
     uint32_t pad2;
     TraceEntry trace[kTraceEntries];
+
+    SerialPortState serial_ports[kSerialPorts];
 
     // Read side of every register of the window. Device models keep it
     // current; the library's _vex_map pointer looks straight into it.

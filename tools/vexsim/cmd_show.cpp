@@ -3,11 +3,41 @@
 
 #include "platform/target.h"
 #include "sim/host.h"
+#include "sim/models/models.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
 
-void show_slot(int i, const vex::sim::Slot& slot) {
+const char* source_name(uint8_t code) {
+    switch (code) {
+    case vex::sim::kSourceHost: return "host";
+    case vex::sim::kSourcePowerOn: return "power-on value";
+    case vex::sim::kSourceSafe: return "safe value";
+    default: return "?";
+    }
+}
+
+// The module watchdog and the parameter memory of a module that has them.
+void show_watchdog(const vex::sim::ParallelModule& m, uint64_t now) {
+    const unsigned half = m.wdt_timeout ? m.wdt_timeout : 256u;
+    std::printf("          watchdog %s, timeout %u half-seconds (%.1f s)", m.wdt_enabled ? "enabled" : "disabled",
+                half, half / 2.0);
+    if (m.wdt_expired)
+        std::printf(", EXPIRED (outputs held at the safe value)");
+    else if (m.wdt_enabled)
+        std::printf(", expires in %.3f s",
+                    m.wdt_deadline_ns > now ? static_cast<double>(m.wdt_deadline_ns - now) / 1e9 : 0.0);
+    std::printf(", interrupt %s\n", m.wdt_irq_enable == 2 ? "on" : "off");
+    auto word = [&](int first) {
+        uint32_t v = 0;
+        for (int k = 0; k < 4; ++k) v |= static_cast<uint32_t>(m.params[first + k]) << (8 * k);
+        return v;
+    };
+    std::printf("          power-on value 0x%08X (%s), safe value 0x%08X\n", word(1),
+                m.params[0] ? "enabled" : "disabled", word(9));
+}
+
+void show_slot(int i, const vex::sim::Slot& slot, uint64_t now) {
     using vex::sim::ModuleKind;
     switch (static_cast<ModuleKind>(slot.kind)) {
     case ModuleKind::Empty:
@@ -18,7 +48,10 @@ void show_slot(int i, const vex::sim::Slot& slot) {
         std::printf("  slot %d: bus module ID 0x%02X, %u DI / %u DO, capability 0x%02X%s\n", i, slot.id,
                     m.di_channels, m.do_channels, m.capability, m.readback ? ", read-back" : "");
         if (m.di_channels) std::printf("          inputs  0x%08X\n", m.di);
-        if (m.do_channels) std::printf("          outputs 0x%08X\n", m.do_latch);
+        if (m.do_channels)
+            std::printf("          outputs 0x%08X (last source %u: %s)\n", m.do_latch, m.last_source,
+                        source_name(m.last_source));
+        if (m.watchdog) show_watchdog(m, now);
         return;
     }
     case ModuleKind::Serial:
@@ -40,7 +73,13 @@ int show(const std::string& name) {
         std::printf("  hardware ID %s, CPU ID %u, backplane version %u, %d slots\n", s.hardware_id, s.cpu_id,
                     s.backplane_version, count);
         std::printf("  DIP switch 0x%02X, slot select 0x%02X\n", s.dip_switch, s.slot_select);
-        for (int i = 0; i < count; ++i) show_slot(i, s.slots[i]);
+        // Bring the modules' watchdogs up to the instance clock first.
+        const uint64_t now = inst->now_ns();
+        for (int i = 0; i < count; ++i) {
+            if (s.slots[i].kind == static_cast<uint8_t>(vex::sim::ModuleKind::Parallel))
+                vex::sim::models::parallel_advance(s, i, now);
+            show_slot(i, s.slots[i], now);
+        }
         return 0;
     });
     return 0;

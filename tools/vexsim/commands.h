@@ -22,3 +22,4 @@ uint32_t parse_number_or_exit(const std::string& text, const char* what, uint32_
 void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycle
 void register_show_commands(CLI::App& app);        // show, trace
 void register_control_commands(CLI::App& app);     // set, plug, unplug
+void register_time_commands(CLI::App& app);        // advance

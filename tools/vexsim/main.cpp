@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
     register_lifecycle_commands(app);
     register_show_commands(app);
     register_control_commands(app);
+    register_time_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }
