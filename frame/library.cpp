@@ -7,6 +7,7 @@
 #include "io/parallel_io.h"
 #include "platform/controller.h"
 #include "platform/system.h"
+#include "serial/port_table.h"
 #include "vexsdk.h"
 
 namespace vex::frame {
@@ -30,6 +31,7 @@ void library_attach() {
     load_controller_model();
     ++g_load_count;
     pub_Orvale_Init();
+    serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();
 }
 
@@ -38,6 +40,7 @@ void library_detach() {
     pub_Orvale_Deinit();
     --g_load_count;
     forget_backplane_base();
+    serial::detach();  // closes ports left open before the controller goes
     plat::disconnect_controller();
 }
 

@@ -66,6 +66,16 @@ version = 1
 
 # Slots 6 and 7 are empty.
 
+# External serial bus ports (the internal port COM0: always exists). Their
+# modem lines are wired back: DTR -> DSR and carrier detect, RTS -> CTS.
+[[port]]
+name = "COM1:"
+modem_loopback = true
+
+[[port]]
+name = "COM2:"
+modem_loopback = true
+
 [registry]
 'HKEY_LOCAL_MACHINE\VORLAN\RunningMode' = 0
 'HKEY_LOCAL_MACHINE\VORLAN\BackwardCompatible' = 0

@@ -1,0 +1,489 @@
+// COM ports on Linux ttys: UARTs, USB serial adapters, pseudo-terminals.
+//
+// The line settings go through termios2 (<asm/termbits.h>, not <termios.h>:
+// the two cannot meet in one file), which takes any baud rate with BOTHER.
+// The file descriptor is non-blocking; every wait is a poll() that also
+// watches an eventfd, so cancel() ends reads, writes and line waits at once.
+#include "platform/com_port.h"
+
+#include <asm/termbits.h>
+#include <fcntl.h>
+#include <linux/serial.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "platform/system.h"
+#include "sim/instance.h"
+#include "sim/serial_ports.h"
+
+namespace vex::plat {
+namespace {
+
+struct Speed {
+    uint32_t baud;
+    tcflag_t code;
+};
+
+// The rates a tty knows by code. Others go by BOTHER and the number itself.
+constexpr Speed kSpeeds[] = {
+    {50, B50},         {75, B75},         {110, B110},       {134, B134},       {150, B150},
+    {200, B200},       {300, B300},       {600, B600},       {1200, B1200},     {1800, B1800},
+    {2400, B2400},     {4800, B4800},     {9600, B9600},     {19200, B19200},   {38400, B38400},
+    {57600, B57600},   {115200, B115200}, {230400, B230400}, {460800, B460800}, {500000, B500000},
+    {576000, B576000}, {921600, B921600}, {1000000, B1000000}, {1152000, B1152000}, {1500000, B1500000},
+    {2000000, B2000000}, {2500000, B2500000}, {3000000, B3000000}, {3500000, B3500000}, {4000000, B4000000},
+};
+
+tcflag_t speed_code(uint32_t baud) {
+    for (const Speed& s : kSpeeds) {
+        if (s.baud == baud) return s.code;
+    }
+    return BOTHER;
+}
+
+uint32_t speed_of(const termios2& t) {
+    const tcflag_t code = t.c_cflag & CBAUD;
+    if (code == BOTHER) return t.c_ospeed;
+    for (const Speed& s : kSpeeds) {
+        if (s.code == code) return s.baud;
+    }
+    return 0;
+}
+
+constexpr uint32_t kNoLimit = UINT32_MAX;
+
+// Milliseconds a call moving `bytes` may take, or kNoLimit.
+uint32_t bound(uint32_t multiplier, uint32_t constant, size_t bytes) {
+    const uint64_t total = static_cast<uint64_t>(multiplier) * bytes + constant;
+    if (total == 0) return kNoLimit;
+    return total >= kNoLimit ? kNoLimit - 1 : static_cast<uint32_t>(total);
+}
+
+// Line events in the order of the transition counters: CTS, DSR, RING,
+// carrier detect.
+constexpr uint32_t kCounterEvents[4] = {kEventCts, kEventDsr, kEventRing, kEventRlsd};
+// How often a wait for line changes looks at the lines.
+constexpr auto kLinePoll = std::chrono::milliseconds(5);
+
+uint32_t status_from_tiocm(int m) {
+    return ((m & TIOCM_CTS) ? kModemCts : 0) | ((m & TIOCM_DSR) ? kModemDsr : 0) |
+           ((m & TIOCM_RNG) ? kModemRing : 0) | ((m & TIOCM_CAR) ? kModemRlsd : 0);
+}
+
+class TtyComPort final : public ComPort {
+public:
+    TtyComPort(const std::string& device, std::string canonical, int fd, int wake)
+        : ComPort(device), canonical_(std::move(canonical)), fd_(fd), wake_(wake) {}
+
+    ~TtyComPort() override {
+        cancel();
+        ::ioctl(fd_, TIOCNXCL);
+        // A tty drops DTR and RTS when it closes (HUPCL); so does the
+        // model of the virtual controller's ports.
+        with_sim_port([](sim::State& s, int i) {
+            sim::serial_port_drive(s, i, false, false);
+            sim::serial_port_drive(s, i, true, false);
+        });
+        ::close(fd_);  // also releases the flock
+        ::close(wake_);
+    }
+
+    bool get_settings(ComSettings& out) override {
+        termios2 t{};
+        if (::ioctl(fd_, TCGETS2, &t) != 0) return false;
+        out.baud = speed_of(t);
+        switch (t.c_cflag & CSIZE) {
+        case CS5: out.data_bits = 5; break;
+        case CS6: out.data_bits = 6; break;
+        case CS7: out.data_bits = 7; break;
+        default: out.data_bits = 8; break;
+        }
+        if (!(t.c_cflag & PARENB))
+            out.parity = Parity::None;
+        else if (t.c_cflag & CMSPAR)
+            out.parity = (t.c_cflag & PARODD) ? Parity::Mark : Parity::Space;
+        else
+            out.parity = (t.c_cflag & PARODD) ? Parity::Odd : Parity::Even;
+        out.stop_bits = (t.c_cflag & CSTOPB) ? StopBits::Two : StopBits::One;
+        out.parity_check = (t.c_iflag & INPCK) != 0;
+        out.cts_flow = (t.c_cflag & CRTSCTS) != 0;
+        out.xon_out = (t.c_iflag & IXON) != 0;
+        out.xon_in = (t.c_iflag & IXOFF) != 0;
+        std::lock_guard lock(mutex_);
+        out.dsr_flow = dsr_flow_;
+        out.dsr_sensitivity = dsr_sensitivity_;
+        out.tx_continue_on_xoff = tx_continue_on_xoff_;
+        out.dtr_control = dtr_control_;
+        out.rts_control = rts_control_;
+        return true;
+    }
+
+    bool set_settings(const ComSettings& s) override {
+        if (s.baud == 0 || s.data_bits < 5 || s.data_bits > 8 || static_cast<uint8_t>(s.parity) > 4 ||
+            static_cast<uint8_t>(s.stop_bits) > 2 || s.dtr_control > kDtrHandshake || s.rts_control > kRtsToggle)
+            return false;
+        termios2 t{};
+        if (::ioctl(fd_, TCGETS2, &t) != 0) return false;
+        t.c_cflag &= ~(CBAUD | (CBAUD << IBSHIFT) | CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
+        t.c_cflag |= speed_code(s.baud);
+        t.c_ispeed = s.baud;
+        t.c_ospeed = s.baud;
+        static constexpr tcflag_t kSizes[] = {CS5, CS6, CS7, CS8};
+        t.c_cflag |= kSizes[s.data_bits - 5];
+        switch (s.parity) {
+        case Parity::None: break;
+        case Parity::Odd: t.c_cflag |= PARENB | PARODD; break;
+        case Parity::Even: t.c_cflag |= PARENB; break;
+        case Parity::Mark: t.c_cflag |= PARENB | CMSPAR | PARODD; break;
+        case Parity::Space: t.c_cflag |= PARENB | CMSPAR; break;
+        }
+        if (s.stop_bits != StopBits::One) t.c_cflag |= CSTOPB;
+        if (s.cts_flow || s.rts_control == kRtsHandshake) t.c_cflag |= CRTSCTS;
+        t.c_iflag &= ~(INPCK | IXON | IXOFF);
+        if (s.parity_check) t.c_iflag |= INPCK;
+        if (s.xon_out) t.c_iflag |= IXON;
+        if (s.xon_in) t.c_iflag |= IXOFF;
+        if (::ioctl(fd_, TCSETS2, &t) != 0) return false;
+        {
+            std::lock_guard lock(mutex_);
+            dsr_flow_ = s.dsr_flow;
+            dsr_sensitivity_ = s.dsr_sensitivity;
+            tx_continue_on_xoff_ = s.tx_continue_on_xoff;
+            dtr_control_ = s.dtr_control;
+            rts_control_ = s.rts_control;
+        }
+        // Enable/disable control means the line is simply on/off. A port
+        // without modem lines takes the rest of the block all the same.
+        if (s.dtr_control != kDtrHandshake) drive(ModemLine::Dtr, s.dtr_control == kDtrEnable);
+        if (s.rts_control == kRtsEnable || s.rts_control == kRtsDisable)
+            drive(ModemLine::Rts, s.rts_control == kRtsEnable);
+        return true;
+    }
+
+    bool get_timeouts(ComTimeouts& out) override {
+        std::lock_guard lock(mutex_);
+        out = timeouts_;
+        return true;
+    }
+
+    bool set_timeouts(const ComTimeouts& t) override {
+        std::lock_guard lock(mutex_);
+        timeouts_ = t;
+        return true;
+    }
+
+    bool purge(uint32_t flags) override {
+        const bool rx = (flags & kPurgeRxClear) != 0, tx = (flags & kPurgeTxClear) != 0;
+        if (!rx && !tx) return true;
+        if (rx) {
+            std::lock_guard lock(rx_mutex_);
+            rx_head_ = rx_tail_ = 0;
+        }
+        return ::ioctl(fd_, TCFLSH, rx && tx ? TCIOFLUSH : rx ? TCIFLUSH : TCOFLUSH) == 0;
+    }
+
+    bool queue_counts(uint32_t& input, uint32_t& output) override {
+        int in = 0, out = 0;
+        if (::ioctl(fd_, TIOCINQ, &in) != 0 || ::ioctl(fd_, TIOCOUTQ, &out) != 0) return false;
+        std::lock_guard lock(rx_mutex_);
+        input = static_cast<uint32_t>(in) + static_cast<uint32_t>(rx_tail_ - rx_head_);
+        output = static_cast<uint32_t>(out);
+        return true;
+    }
+
+    bool drain() override {
+        const uint32_t limit = write_bound(0);
+        const uint32_t start = tick_count_ms();
+        for (;;) {
+            int pending = 0;
+            if (cancelled_ || ::ioctl(fd_, TIOCOUTQ, &pending) != 0) return false;
+            if (pending == 0) return true;
+            if (limit != kNoLimit && tick_count_ms() - start >= limit) return false;
+            if (wait_for(POLLOUT, 1) < 0) return false;
+        }
+    }
+
+    bool write(const void* data, size_t size, size_t& written) override {
+        written = 0;
+        const auto* p = static_cast<const uint8_t*>(data);
+        const uint32_t limit = write_bound(size);
+        const uint32_t start = tick_count_ms();
+        while (written < size) {
+            if (cancelled_) return false;
+            const ssize_t n = ::write(fd_, p + written, size - written);
+            if (n > 0) {
+                written += static_cast<size_t>(n);
+                continue;
+            }
+            if (n < 0 && errno == EINTR) continue;
+            if (n < 0 && errno != EAGAIN) return false;
+            // The line is full: wait for room until the time-out, which cuts
+            // the write short but does not fail it.
+            const int left = remaining(limit, start);
+            if (left == 0) return true;
+            if (wait_for(POLLOUT, left) < 0) return false;
+        }
+        return true;
+    }
+
+    ReadResult read_byte(uint8_t& byte) override {
+        if (take_buffered(byte)) return ReadResult::Byte;
+        ComTimeouts t;
+        get_timeouts(t);
+        const bool at_once = t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0;
+        const uint32_t limit = at_once ? 0 : bound(t.read_multiplier, t.read_constant, 1);
+        const uint32_t start = tick_count_ms();
+        for (;;) {
+            if (cancelled_) return ReadResult::Failed;
+            {
+                std::lock_guard lock(rx_mutex_);
+                if (rx_head_ == rx_tail_) {
+                    const ssize_t n = ::read(fd_, rx_, sizeof rx_);
+                    if (n > 0) {
+                        rx_head_ = 0;
+                        rx_tail_ = static_cast<size_t>(n);
+                    } else if (n == 0 || (errno != EAGAIN && errno != EINTR)) {
+                        return ReadResult::Failed;  // hung up
+                    }
+                }
+                if (rx_head_ < rx_tail_) {
+                    byte = rx_[rx_head_++];
+                    return ReadResult::Byte;
+                }
+            }
+            const int left = remaining(limit, start);
+            if (left == 0) return ReadResult::TimedOut;
+            if (wait_for(POLLIN, left) < 0) return ReadResult::Failed;
+        }
+    }
+
+    bool modem_status(uint32_t& bits) override {
+        if (cancelled_) return false;
+        if (with_sim_port([&](sim::State& s, int i) { bits = sim::serial_port_status(s, i); })) return true;
+        int m = 0;
+        if (::ioctl(fd_, TIOCMGET, &m) != 0) return false;
+        bits = status_from_tiocm(m);
+        return true;
+    }
+
+    bool set_line(ModemLine line, bool on) override { return !cancelled_ && drive(line, on); }
+
+    bool set_event_mask(uint32_t mask) override {
+        std::array<uint32_t, 4> counts{};
+        const bool have = transition_counts(counts);
+        std::lock_guard lock(mutex_);
+        event_mask_ = mask;
+        ++mask_generation_;
+        if (have) seen_ = counts;
+        changed_.notify_all();
+        return true;
+    }
+
+    bool wait_event(uint32_t& events) override {
+        std::unique_lock lock(mutex_);
+        if (cancelled_ || event_mask_ == 0) return false;
+        const uint64_t generation = mask_generation_;
+        for (;;) {
+            lock.unlock();
+            std::array<uint32_t, 4> counts{};
+            const bool have = transition_counts(counts);
+            lock.lock();
+            if (cancelled_ || mask_generation_ != generation) return false;
+            if (!have) {
+                // No lines to watch: only a new mask or cancel() ends this.
+                changed_.wait(lock);
+                continue;
+            }
+            uint32_t happened = 0;
+            for (size_t i = 0; i < counts.size(); ++i) {
+                if (counts[i] != seen_[i]) happened |= kCounterEvents[i];
+            }
+            seen_ = counts;
+            if (happened & event_mask_) {
+                events = happened & event_mask_;
+                return true;
+            }
+            changed_.wait_for(lock, kLinePoll);
+        }
+    }
+
+    void cancel() override {
+        if (cancelled_.exchange(true)) return;
+        const uint64_t one = 1;
+        if (::write(wake_, &one, sizeof one) < 0) {
+            // Cannot fail: the counter is far from full.
+        }
+        std::lock_guard lock(mutex_);
+        changed_.notify_all();
+    }
+
+private:
+    // Runs f(state, index) on the virtual controller's model of this port,
+    // under the instance's lock. False when this is not one of its ports.
+    template <typename F>
+    bool with_sim_port(F&& f) {
+        sim::Instance* inst = sim::current();
+        if (!inst) return false;
+        return inst->with_lock([&](sim::State& s) {
+            const int i = sim::serial_port_index(s, canonical_.c_str());
+            if (i < 0) return false;
+            f(s, i);
+            return true;
+        });
+    }
+
+    bool drive(ModemLine line, bool on) {
+        const bool rts = line == ModemLine::Rts;
+        if (with_sim_port([&](sim::State& s, int i) { sim::serial_port_drive(s, i, rts, on); })) return true;
+        int bit = rts ? TIOCM_RTS : TIOCM_DTR;
+        return ::ioctl(fd_, on ? TIOCMBIS : TIOCMBIC, &bit) == 0;
+    }
+
+    // Transitions of CTS, DSR, RING and carrier detect so far: from the
+    // controller's model, from the driver's interrupt counters, or (drivers
+    // without them) counted here from the line states, which can miss a
+    // pulse shorter than the poll. False when the port has no modem lines.
+    bool transition_counts(std::array<uint32_t, 4>& counts) {
+        if (with_sim_port([&](sim::State& s, int i) {
+                for (size_t k = 0; k < counts.size(); ++k) counts[k] = s.serial_ports[i].transitions[k];
+            }))
+            return true;
+        serial_icounter_struct ic{};
+        if (::ioctl(fd_, TIOCGICOUNT, &ic) == 0) {
+            counts = {static_cast<uint32_t>(ic.cts), static_cast<uint32_t>(ic.dsr), static_cast<uint32_t>(ic.rng),
+                      static_cast<uint32_t>(ic.dcd)};
+            return true;
+        }
+        int m = 0;
+        if (::ioctl(fd_, TIOCMGET, &m) != 0) return false;
+        const uint32_t status = status_from_tiocm(m);
+        static constexpr uint32_t kBits[4] = {kModemCts, kModemDsr, kModemRing, kModemRlsd};
+        std::lock_guard lock(mutex_);
+        if (have_status_) {
+            for (size_t k = 0; k < 4; ++k) {
+                if ((status ^ last_status_) & kBits[k]) ++own_counts_[k];
+            }
+        }
+        last_status_ = status;
+        have_status_ = true;
+        counts = own_counts_;
+        return true;
+    }
+
+    bool take_buffered(uint8_t& byte) {
+        std::lock_guard lock(rx_mutex_);
+        if (rx_head_ == rx_tail_) return false;
+        byte = rx_[rx_head_++];
+        return true;
+    }
+
+    uint32_t write_bound(size_t bytes) {
+        std::lock_guard lock(mutex_);
+        return bound(timeouts_.write_multiplier, timeouts_.write_constant, bytes);
+    }
+
+    // Milliseconds left of limit since start, -1 for no limit.
+    static int remaining(uint32_t limit, uint32_t start) {
+        if (limit == kNoLimit) return -1;
+        const uint32_t spent = tick_count_ms() - start;
+        if (spent >= limit) return 0;
+        const uint32_t left = limit - spent;
+        return left > static_cast<uint32_t>(INT_MAX) ? INT_MAX : static_cast<int>(left);
+    }
+
+    // Waits until the tty is ready for `what`, the time passes or cancel()
+    // is called (-1).
+    int wait_for(short what, int timeout_ms) {
+        pollfd fds[2] = {{fd_, what, 0}, {wake_, POLLIN, 0}};
+        const int n = ::poll(fds, 2, timeout_ms);
+        if (n < 0 && errno != EINTR) return -1;
+        if (fds[1].revents) return -1;
+        return n > 0 ? 1 : 0;
+    }
+
+    const std::string canonical_;
+    const int fd_;
+    const int wake_;
+    std::atomic<bool> cancelled_{false};
+
+    std::mutex mutex_;  // everything below up to the receive buffer
+    std::condition_variable changed_;
+    ComTimeouts timeouts_;
+    // Parts of the control block a tty has no notion of.
+    bool dsr_flow_ = false;
+    bool dsr_sensitivity_ = false;
+    bool tx_continue_on_xoff_ = false;
+    uint8_t dtr_control_ = kDtrEnable;
+    uint8_t rts_control_ = kRtsEnable;
+    // Line events.
+    uint32_t event_mask_ = 0;
+    uint64_t mask_generation_ = 0;
+    std::array<uint32_t, 4> seen_{};
+    bool have_status_ = false;
+    uint32_t last_status_ = 0;
+    std::array<uint32_t, 4> own_counts_{};
+
+    // Bytes read from the tty ahead of the caller: one system call brings
+    // what is there, and the caller takes it a byte at a time.
+    std::mutex rx_mutex_;
+    uint8_t rx_[256];
+    size_t rx_head_ = 0;
+    size_t rx_tail_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* error) {
+    auto fail = [&](const std::string& why, int fd) -> std::unique_ptr<ComPort> {
+        if (fd >= 0) ::close(fd);
+        if (error) *error = device + ": " + why;
+        return nullptr;
+    };
+    // Non-blocking: a UART without carrier must not hold the open.
+    const int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return fail(std::strerror(errno), -1);
+    // The flock keeps out every process of this library, root's included
+    // (root passes TIOCEXCL); TIOCEXCL keeps out other programs.
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) return fail("in use", fd);
+    termios2 t{};
+    if (::ioctl(fd, TCGETS2, &t) != 0) return fail("not a serial device", fd);
+    ::ioctl(fd, TIOCEXCL);
+
+    // A COM port carries bytes as they are: no echo, no line editing, no
+    // translation of carriage returns, no signals; the receiver on, and
+    // carrier detect not needed to talk.
+    t.c_iflag &= ~(IGNBRK | BRKINT | PARMRK | ISTRIP | INLCR | IGNCR | ICRNL | IUCLC | IXANY | IMAXBEL);
+    t.c_oflag &= ~OPOST;
+    t.c_lflag &= ~(ECHO | ECHOE | ECHOK | ECHONL | ICANON | ISIG | IEXTEN);
+    t.c_cflag |= CREAD | CLOCAL;
+    t.c_cc[VMIN] = 1;
+    t.c_cc[VTIME] = 0;
+    if (::ioctl(fd, TCSETS2, &t) != 0) return fail("cannot set raw mode", fd);
+
+    const int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake < 0) return fail("cannot create an eventfd", fd);
+    char* real = ::realpath(device.c_str(), nullptr);
+    std::string canonical = real ? real : device;
+    std::free(real);
+    auto port = std::make_unique<TtyComPort>(device, std::move(canonical), fd, wake);
+    // Opening a tty raises DTR and RTS; the model of the virtual
+    // controller's ports does the same.
+    port->set_line(ModemLine::Dtr, true);
+    port->set_line(ModemLine::Rts, true);
+    return port;
+}
+
+}  // namespace vex::plat

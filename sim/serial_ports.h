@@ -1,0 +1,69 @@
+// The virtual controller's own COM ports: the internal backplane port
+// "COM0:" and the external bus ports of the description.
+//
+// The host creates each port as a pseudo-terminal, keeps the master side and
+// publishes the slave's path in the registry under
+// HKEY_LOCAL_MACHINE\VORLAN\Ports (value "COM1" for "COM1:"), where the
+// library looks COM names up. Whatever the port's user writes arrives at the
+// master; a listener attached there (a serial module emulator) may answer.
+// Without a listener the bytes are dropped, like a line with nothing on it.
+//
+// Pseudo-terminals have no modem lines, so the controller models them in
+// its shared state (SerialPortState); the platform layer uses that model for
+// a port whose device is one of these.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "sim/instance.h"
+#include "sim/state.h"
+
+namespace vex::sim {
+
+// Registry key (below HKEY_LOCAL_MACHINE) of the COM name -> device map.
+inline constexpr const wchar_t* kPortsKey = L"VORLAN\\Ports";
+
+// --- Modem model. Call with the state locked (Instance::with_lock). -------
+
+// Index of the port published at `device` (a canonical path), or -1.
+int serial_port_index(const State& s, const char* device);
+// Index of the port named `name` ("COM1:"), or -1.
+int serial_port_by_name(const State& s, const char* name);
+// The input lines as the port's user sees them (CTS 0x10, DSR 0x20,
+// RING 0x40, carrier detect 0x80).
+uint32_t serial_port_status(const State& s, int index);
+// The port's user raises or lowers DTR (rts = false) or RTS.
+void serial_port_drive(State& s, int index, bool rts, bool on);
+// The far end sets its lines (same bits as the status).
+void serial_port_set_far_lines(State& s, int index, uint32_t bits);
+
+// --- Far side, for serial module emulators. --------------------------------
+
+// The master side of one port, as a listener sees it.
+class SerialLine {
+public:
+    virtual ~SerialLine() = default;
+    virtual const std::string& port_name() const = 0;
+    // Sends bytes to the port's user; what does not fit the line's buffer
+    // is dropped. Returns the count sent.
+    virtual size_t send(const void* data, size_t size) = 0;
+};
+
+class SerialListener {
+public:
+    virtual ~SerialListener() = default;
+    // Bytes the port's user wrote. Runs on the host's serial thread.
+    virtual void received(SerialLine& line, const uint8_t* data, size_t size) = 0;
+};
+
+// Offers a listener for a port ("COM0:", "COM1:", ...); null to pass.
+using SerialListenerFactory = std::unique_ptr<SerialListener> (*)(Instance& instance,
+                                                                   const std::string& port_name);
+// Adds a listener factory (call from a static initialiser). Each port gets
+// the first listener offered.
+bool register_serial_listener(const char* name, SerialListenerFactory factory);
+
+}  // namespace vex::sim

@@ -1,0 +1,31 @@
+// Reads a tty's settings with termios2, the only way to see a rate set by
+// number (BOTHER). Kept apart: <asm/termbits.h> and <termios.h> clash.
+#include <asm/termbits.h>
+#include <sys/ioctl.h>
+
+#include "tests/serial/pty.h"
+
+namespace vex::test {
+
+LineSettings read_line_settings(int fd) {
+    termios2 t{};
+    LineSettings s;
+    if (::ioctl(fd, TCGETS2, &t) != 0) return s;
+    const tcflag_t code = t.c_cflag & CBAUD;
+    s.custom_rate = code == BOTHER;
+    switch (code) {
+    case B9600: s.baud = 9600; break;
+    case B19200: s.baud = 19200; break;
+    case B115200: s.baud = 115200; break;
+    case BOTHER: s.baud = t.c_ospeed; break;
+    default: s.baud = 0; break;
+    }
+    s.parodd = (t.c_cflag & PARODD) != 0;
+    s.cmspar = (t.c_cflag & CMSPAR) != 0;
+    s.cstopb = (t.c_cflag & CSTOPB) != 0;
+    s.crtscts = (t.c_cflag & CRTSCTS) != 0;
+    s.raw = !(t.c_lflag & (ECHO | ICANON)) && !(t.c_iflag & ICRNL) && !(t.c_oflag & OPOST);
+    return s;
+}
+
+}  // namespace vex::test
