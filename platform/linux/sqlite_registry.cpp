@@ -421,34 +421,52 @@ uint32_t Store::set_generation(const std::string& generation) {
     return impl_->transact(generation_, false, [](sqlite3*) -> uint32_t { return VEX_REG_SUCCESS; });
 }
 
-uint32_t Store::key_exists(Root root, std::wstring_view key) {
+namespace {
+
+// Every operation checks the root, splits the key path and runs one
+// transaction with the key's names; `op` gets the database and the names.
+template <class Impl, class Op>
+uint32_t on_key(Impl& impl, const std::string& generation, Root root, std::wstring_view key, bool write,
+                Op&& op) {
     if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
     std::vector<std::string> names;
     if (const uint32_t r = split_key(key, names)) return r;
+    return impl.transact(generation, write, [&](sqlite3* db) -> uint32_t { return op(db, names); });
+}
+
+// The same for one value of a key: `op` also gets the key's id (0 when the
+// key does not exist and the operation does not create it).
+template <class Impl, class Op>
+uint32_t on_value(Impl& impl, const std::string& generation, Root root, std::wstring_view key,
+                  std::wstring_view name, bool write, Op&& op) {
+    if (!valid_name_text(name)) return valid_root(root) ? VEX_REG_INVALID_PARAMETER : VEX_REG_INVALID_HANDLE;
+    const std::string value_name = to_utf8(name);
+    return on_key(impl, generation, root, key, write, [&](sqlite3* db, const std::vector<std::string>& names) {
+        return op(db, names, value_name);
+    });
+}
+
+}  // namespace
+
+uint32_t Store::key_exists(Root root, std::wstring_view key) {
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, false, [&](sqlite3* db) -> uint32_t {
+    return on_key(*impl_, generation_, root, key, false, [&](sqlite3* db, const std::vector<std::string>& names) {
         return find_key(db, root, names) ? VEX_REG_SUCCESS : VEX_REG_FILE_NOT_FOUND;
     });
 }
 
 uint32_t Store::create_key(Root root, std::wstring_view key, bool is_volatile) {
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
+    return on_key(*impl_, generation_, root, key, true, [&](sqlite3* db, const std::vector<std::string>& names) {
         make_key(db, root, names, is_volatile);
         return VEX_REG_SUCCESS;
     });
 }
 
 uint32_t Store::delete_key(Root root, std::wstring_view key) {
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
-    if (names.empty()) return VEX_REG_ACCESS_DENIED;  // the roots are permanent
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
+    return on_key(*impl_, generation_, root, key, true, [&](sqlite3* db, const std::vector<std::string>& names) {
+        if (names.empty()) return VEX_REG_ACCESS_DENIED;  // the roots are permanent
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt del(db, "DELETE FROM keys WHERE id = ?1");
@@ -459,13 +477,9 @@ uint32_t Store::delete_key(Root root, std::wstring_view key) {
 }
 
 uint32_t Store::set_value(Root root, std::wstring_view key, std::wstring_view name, const Value& value) {
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    if (!valid_name_text(name)) return VEX_REG_INVALID_PARAMETER;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
-    const std::string value_name = to_utf8(name);
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
+    return on_value(*impl_, generation_, root, key, name, true,
+                    [&](sqlite3* db, const std::vector<std::string>& names, const std::string& value_name) {
         const int64_t id = make_key(db, root, names, false);
         // The upsert keeps the name's original spelling when it is rewritten.
         Stmt up(db,
@@ -485,13 +499,9 @@ uint32_t Store::set_value(Root root, std::wstring_view key, std::wstring_view na
 
 uint32_t Store::get_value(Root root, std::wstring_view key, std::wstring_view name, Value& out) {
     out = Value{};
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    if (!valid_name_text(name)) return VEX_REG_INVALID_PARAMETER;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
-    const std::string value_name = to_utf8(name);
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, false, [&](sqlite3* db) -> uint32_t {
+    return on_value(*impl_, generation_, root, key, name, false,
+                    [&](sqlite3* db, const std::vector<std::string>& names, const std::string& value_name) {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt q(db, "SELECT type, data FROM vals WHERE key = ?1 AND name = ?2");
@@ -511,13 +521,9 @@ uint32_t Store::get_value(Root root, std::wstring_view key, std::wstring_view na
 }
 
 uint32_t Store::delete_value(Root root, std::wstring_view key, std::wstring_view name) {
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    if (!valid_name_text(name)) return VEX_REG_INVALID_PARAMETER;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
-    const std::string value_name = to_utf8(name);
     std::lock_guard lock(mutex_);
-    return impl_->transact(generation_, true, [&](sqlite3* db) -> uint32_t {
+    return on_value(*impl_, generation_, root, key, name, true,
+                    [&](sqlite3* db, const std::vector<std::string>& names, const std::string& value_name) {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt del(db, "DELETE FROM vals WHERE key = ?1 AND name = ?2");
@@ -533,10 +539,7 @@ template <class Impl>
 uint32_t count_rows(Impl& impl, const std::string& generation, Root root, std::wstring_view key,
                     const char* sql, uint32_t& count) {
     count = 0;
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
-    return impl.transact(generation, false, [&](sqlite3* db) -> uint32_t {
+    return on_key(impl, generation, root, key, false, [&](sqlite3* db, const std::vector<std::string>& names) {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt q(db, sql);
@@ -551,10 +554,7 @@ template <class Impl>
 uint32_t name_at(Impl& impl, const std::string& generation, Root root, std::wstring_view key,
                  uint32_t index, const char* sql, std::wstring& name) {
     name.clear();
-    if (!valid_root(root)) return VEX_REG_INVALID_HANDLE;
-    std::vector<std::string> names;
-    if (const uint32_t r = split_key(key, names)) return r;
-    return impl.transact(generation, false, [&](sqlite3* db) -> uint32_t {
+    return on_key(impl, generation, root, key, false, [&](sqlite3* db, const std::vector<std::string>& names) {
         const int64_t id = find_key(db, root, names);
         if (!id) return VEX_REG_FILE_NOT_FOUND;
         Stmt q(db, sql);
