@@ -74,6 +74,20 @@ bool write_registry_presets(const std::string& db, const Description& d) {
     return ok;
 }
 
+// Keeps the register image of a slot page equal to what its registers read,
+// so loads through the library's window pointer see the module. Modules
+// decode byte registers at even offsets of the start of their page.
+constexpr uint32_t kDecodedPageBytes = 0x28;
+
+void mirror_slot(State& s, int slot, uint64_t now) {
+    uint8_t* page = s.image + (static_cast<uint32_t>(slot) + 1) * 0x1000;
+    for (uint32_t off = 0; off < kDecodedPageBytes; off += 2) page[off] = models::slot_read(s, slot, off, now);
+}
+
+void mirror_all_slots(State& s, uint64_t now) {
+    for (int i = 0; i < kSlots; ++i) mirror_slot(s, i, now);
+}
+
 }  // namespace
 
 Instance* current() { return g_current; }
@@ -152,6 +166,7 @@ void Instance::power_up(const Description& d) {
         if (d.slots[static_cast<size_t>(i)].kind != ModuleKind::Empty)
             models::slot_install(s, i, d.slots[static_cast<size_t>(i)], now);
     }
+    mirror_all_slots(s, now);
     std::ofstream(plat::instance_dir(name_) + "/generation") << std::hex << s.generation << "\n";
     __atomic_store_n(&s.magic, kStateMagic, __ATOMIC_RELEASE);
 }
@@ -179,7 +194,7 @@ uint8_t Instance::read8(uint32_t offset) {
     State& s = *state_;
     const uint64_t now = now_ns();
     if (offset >= 0x1000 && offset < 0x9000)
-        return models::slot_read(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, now);
+        return s.image[offset] = models::slot_read(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, now);
     if (offset >= 0x9000 && offset < 0x9100) return models::backplane_read(s, offset, now);
     return s.image[offset];
 }
@@ -190,9 +205,11 @@ void Instance::write8(uint32_t offset, uint8_t value) {
     State& s = *state_;
     const uint64_t now = now_ns();
     trace(offset, value, 1, now);
-    if (offset >= 0x1000 && offset < 0x9000)
-        models::slot_write(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, value, now);
-    else if (offset >= 0x9000 && offset < 0x9100)
+    if (offset >= 0x1000 && offset < 0x9000) {
+        const int slot = static_cast<int>(offset / 0x1000) - 1;
+        models::slot_write(s, slot, offset & 0xFFF, value, now);
+        mirror_slot(s, slot, now);
+    } else if (offset >= 0x9000 && offset < 0x9100)
         models::backplane_write(s, offset, value, now);
     else
         s.image[offset] = value;
@@ -228,6 +245,7 @@ void Instance::advance(uint64_t ns) {
         if (state_->slots[i].kind == static_cast<uint8_t>(ModuleKind::Parallel))
             models::parallel_advance(*state_, i, now_ns());
     }
+    mirror_all_slots(*state_, now_ns());
 }
 
 bool Instance::plug(int slot, const SlotDescription& module) {
@@ -236,6 +254,7 @@ bool Instance::plug(int slot, const SlotDescription& module) {
     const int count = state_->slot_count_code == 7 ? 8 : state_->slot_count_code;
     if (slot >= count) return false;
     models::slot_install(*state_, slot, module, now_ns());
+    mirror_slot(*state_, slot, now_ns());
     return true;
 }
 
@@ -243,12 +262,14 @@ bool Instance::unplug(int slot) {
     if (slot < 0 || slot >= kSlots) return false;
     Guard g(*state_);
     models::slot_remove(*state_, slot);
+    mirror_slot(*state_, slot, now_ns());
     return true;
 }
 
 void Instance::set_dip_switch(uint8_t positions) {
     Guard g(*state_);
     state_->dip_switch = positions;
+    state_->image[0x9002] = static_cast<uint8_t>(~positions);
 }
 
 bool Instance::set_inputs(int slot, uint32_t lines) {
@@ -259,6 +280,7 @@ bool Instance::set_inputs(int slot, uint32_t lines) {
     case ModuleKind::Parallel: {
         const uint8_t n = sl.parallel.di_channels;
         sl.parallel.di = n >= 32 ? lines : (lines & ((1u << n) - 1u));
+        mirror_slot(*state_, slot, now_ns());
         return n > 0;
     }
     case ModuleKind::Serial:

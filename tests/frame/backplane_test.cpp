@@ -225,3 +225,19 @@ TEST_F(Backplane, VexctlInfoShowsTheInventory) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Backplane, MapPointerSeesModulesAsTheAccessorsDo) {
+    volatile uint8_t* base = _vex_map(0);
+    ASSERT_NE(base, nullptr);
+    EXPECT_EQ(base[_vex_slot_map(0, 0)], 0x2F) << "module ID through the pointer";
+    _vex_slot_outp(0, 0, 0x5A);  // outputs 0..7 of the read-back module
+    EXPECT_EQ(base[_vex_slot_map(0, 0x10)], 0x5A) << "read-back register after a write";
+    ASSERT_EQ(vex::test::run_vexsim({"unplug", "0"}).status, 0);
+    EXPECT_EQ(base[_vex_slot_map(0, 0)], 0xFF) << "an empty slot floats";
+    ASSERT_EQ(vex::test::run_vexsim({"set", "dip", "0x81"}).status, 0);
+    EXPECT_EQ(base[0x9002], 0x7E);
+}
+
+}  // namespace
