@@ -13,8 +13,6 @@
 namespace vex::frame {
 namespace {
 
-// Fixed at load, before any export can run.
-int g_model = kModelUnknown;
 // Base of the window as _vex_map hands it out; kept after unmapping.
 volatile uint8_t* g_base = nullptr;
 bool g_mapped = false;
@@ -26,11 +24,11 @@ bool prefix_nocase(const wchar_t* text, const wchar_t* prefix) {
     return true;
 }
 
-bool single_slot() { return g_model == kModelSingleSlot; }
+bool single_slot() { return g_controller_model == kModelSingleSlot; }
 
 }  // namespace
 
-int controller_model() { return g_model; }
+int g_controller_model = kModelUnknown;
 
 int model_from_hardware_id(const wchar_t* id) {
     if (!id || !*id) return kModelUnknown;
@@ -44,13 +42,7 @@ void load_controller_model() {
     wchar_t id[128] = {};
     if (!vex_RegGetString(L"HKEY_LOCAL_MACHINE\\HARDWARE\\MODULETYPE\\HWID", id, sizeof id)) id[0] = 0;
     id[127] = 0;
-    g_model = model_from_hardware_id(id);
-}
-
-uint32_t slot_count() {
-    if (single_slot()) return 1;
-    const uint32_t code = plat::bus_read8(kRegSlotCount) & 0x07u;
-    return code == 7 ? 8 : code;
+    g_controller_model = model_from_hardware_id(id);
 }
 
 bool slot_present(uint32_t slot) {
@@ -60,8 +52,7 @@ bool slot_present(uint32_t slot) {
     return ((plat::bus_read8(kRegSlotPresence) >> s) & 1u) == 0;
 }
 
-bool is_valid_slot(uint32_t slot) {
-    if (slot < slot_count()) return true;
+bool reject_slot() {
     set_last_error(VEX_ERR_INVALID_SLOT);
     return false;
 }

@@ -23,7 +23,10 @@ inline constexpr uint32_t kRegEndOfInterrupt = 0x9006;
 inline constexpr uint32_t kRegSlotPresence = 0x9008;
 inline constexpr uint32_t kRegSlotCount = 0x9046;
 
-int controller_model();
+// Fixed at load, before any export can run; read on every hot path, so
+// the accessors below are inline.
+extern int g_controller_model;
+inline int controller_model() { return g_controller_model; }
 // Derives the model code from a hardware ID text (prefix match, any case).
 int model_from_hardware_id(const wchar_t* hardware_id);
 // Reads the hardware ID from the registry and fixes the model code.
@@ -37,11 +40,17 @@ inline void slot_write8(uint32_t slot, uint32_t offset, uint8_t value) {
     plat::bus_write8(slot_page(slot) + offset, value);
 }
 
-uint32_t slot_count();
+inline uint32_t slot_count() {
+    if (controller_model() == kModelSingleSlot) return 1;
+    const uint32_t code = plat::bus_read8(kRegSlotCount) & 0x07u;
+    return code == 7 ? 8 : code;
+}
 // True when the slot (low 8 bits) is present in the presence register.
 bool slot_present(uint32_t slot);
+// Records VEX_ERR_INVALID_SLOT and returns false.
+bool reject_slot();
 // 0 <= slot < slot count; otherwise records VEX_ERR_INVALID_SLOT.
-bool is_valid_slot(uint32_t slot);
+inline bool is_valid_slot(uint32_t slot) { return slot < slot_count() || reject_slot(); }
 
 // Load and unload of the window mapping (the load sequence's member).
 void forget_backplane_base();
