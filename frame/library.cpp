@@ -14,20 +14,25 @@ namespace vex::frame {
 namespace {
 
 int g_load_count = 0;
+// Constant-initialised: the constructor may run before other statics.
+char g_problem[256] = "";
 
 void report(const std::string& what) {
-    if (!plat::env("VEXSDK_DEBUG").empty()) std::fprintf(stderr, "vexsdk: %s\n", what.c_str());
+    std::snprintf(g_problem, sizeof g_problem, "%s", what.c_str());
+    if (!what.empty() && !plat::env("VEXSDK_DEBUG").empty()) std::fprintf(stderr, "vexsdk: %s\n", what.c_str());
 }
 
 }  // namespace
 
 int load_count() { return g_load_count; }
+const char* load_problem() { return g_problem; }
 
 void library_attach() {
     // The virtual controller must be up before the registry says what
     // controller this is (its instance presets the hardware ID).
     std::string why;
-    if (!plat::connect_controller(&why) || !why.empty()) report(why);
+    plat::connect_controller(&why);
+    report(why);
     load_controller_model();
     ++g_load_count;
     pub_Orvale_Init();

@@ -13,5 +13,7 @@ void library_attach();
 void library_detach();
 // How many times the library is attached in this process.
 int load_count();
+// Why the last attach could not connect to the controller ("" if it did).
+const char* load_problem();
 
 }  // namespace vex::frame

@@ -13,6 +13,7 @@
 #include "platform/system.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
+#include "sim/host.h"
 #include "sim/models/models.h"
 
 namespace vex::sim {
@@ -124,9 +125,12 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
     if (!section) return fail("cannot map the shared state of instance '" + name + "'");
     std::unique_ptr<Instance> inst(new Instance(name, std::move(section)));
     State& s = inst->state();
-    if (s.magic == kStateMagic && (s.layout != kStateLayout || s.size != sizeof(State)))
-        return fail("instance '" + name + "' was created by an incompatible build; remove it with 'vexsim destroy'");
-    if (s.magic != kStateMagic) {
+    const bool foreign = s.magic == kStateMagic && (s.layout != kStateLayout || s.size != sizeof(State));
+    if (foreign && Host::host_pid(name) != 0)
+        return fail("instance '" + name + "' is hosted by a program of an incompatible build; stop it first");
+    // A state nobody finished, or one an older build left behind with nobody
+    // hosting it any more: power the controller up afresh.
+    if (foreign || s.magic != kStateMagic) {
         std::string why;
         auto d = inst->description(&why);
         if (!d) return fail(why);

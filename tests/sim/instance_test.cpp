@@ -100,3 +100,18 @@ TEST(SimInstanceNames, InvalidNamesAreRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(SimInstance, StateOfAnIncompatibleBuildIsReplacedOnlyWhenNobodyHostsIt) {
+    sim().state().layout = vex::sim::kStateLayout + 1;  // as an older build would have left it
+    std::string error;
+    EXPECT_EQ(Instance::attach(instance_name(), &error), nullptr) << "this process still hosts it";
+    EXPECT_NE(error.find("incompatible"), std::string::npos) << error;
+
+    reattach();  // the host goes away, and the next attach powers up afresh
+    EXPECT_EQ(sim().state().layout, vex::sim::kStateLayout);
+    EXPECT_EQ(sim().read8(0x1000), 0x2F);
+}
+
+}  // namespace

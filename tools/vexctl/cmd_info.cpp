@@ -3,6 +3,7 @@
 #include <string>
 
 #include "frame/backplane.h"
+#include "frame/library.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
 #include "tools/vexctl/commands.h"
@@ -21,6 +22,7 @@ const char* model_name(int model) {
 }
 
 int run_info() {
+    if (*vex::frame::load_problem()) std::fprintf(stderr, "vexctl: warning: %s\n", vex::frame::load_problem());
     const vex::plat::Target& t = vex::plat::target();
     std::printf("target:            %s\n", t.hardware ? "hardware" : ("virtual controller '" + t.instance + "'").c_str());
     wchar_t id[128] = {};
