@@ -9,6 +9,7 @@
 
 #include "frame/backplane.h"
 #include "frame/library.h"
+#include "platform/shared_section.h"
 #include "platform/target.h"
 #include "vexsdk.h"
 
@@ -42,6 +43,8 @@ protected:
     }
     void TearDown() override {
         vex::frame::library_detach();
+        // The hardware target's shared sections have no instance name.
+        vex::plat::remove_shared_objects("/vexsdk.hw.");
         ::close(fd_);
         std::filesystem::remove_all(dir_);
         ::unsetenv("VEXSDK_PHYSMEM");
