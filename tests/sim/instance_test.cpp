@@ -9,6 +9,7 @@
 #include "platform/target.h"
 #include "sim/host.h"
 #include "sim/instance.h"
+#include "sim/serial_ports.h"
 #include "tests/support/sim_fixture.h"
 
 namespace {
@@ -112,6 +113,23 @@ TEST_F(SimInstance, StateOfAnIncompatibleBuildIsReplacedOnlyWhenNobodyHostsIt) {
     reattach();  // the host goes away, and the next attach powers up afresh
     EXPECT_EQ(sim().state().layout, vex::sim::kStateLayout);
     EXPECT_EQ(sim().read8(0x1000), 0x2F);
+}
+
+}  // namespace
+
+
+namespace {
+
+TEST_F(SimInstance, FarEndModemLinesFromVexsim) {
+    auto r = vex::test::run_vexsim({"set", "lines", "COM2", "--ring", "--cts"});
+    ASSERT_EQ(r.status, 0) << r.output;
+    const uint32_t lines = sim().with_lock([](vex::sim::State& s) {
+        return vex::sim::serial_port_status(s, vex::sim::serial_port_by_name(s, "COM2:"));
+    });
+    EXPECT_EQ(lines & 0xF0u, 0x50u) << "RING and CTS from the far end";
+    r = vex::test::run_vexsim({"show"});
+    EXPECT_NE(r.output.find("port COM2:"), std::string::npos) << r.output;
+    EXPECT_NE(vex::test::run_vexsim({"set", "lines", "COM7:"}).status, 0) << "no such port";
 }
 
 }  // namespace

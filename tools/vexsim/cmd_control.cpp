@@ -1,6 +1,7 @@
 // vexsim set / plug / unplug.
 #include <cstdio>
 
+#include "sim/serial_ports.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
@@ -44,6 +45,33 @@ void register_control_commands(CLI::App& app) {
         auto i = attach_or_exit(inst.resolve());
         if (!i->set_inputs(static_cast<int>(slot), parse_number_or_exit(lines, "the inputs", 0xFFFFFFFF))) {
             std::fprintf(stderr, "vexsim: slot %u holds no module with inputs\n", slot);
+            std::exit(1);
+        }
+        std::exit(0);
+    });
+
+    static std::string line_port;
+    static bool cts = false, dsr = false, ring = false, dcd = false;
+    CLI::App* sl = set->add_subcommand("lines", "Set the far end's modem lines of a COM port (omitted = off)");
+    inst.add_to(sl);
+    sl->add_option("port", line_port, "Port, e.g. COM1:")->required();
+    sl->add_flag("--cts", cts, "Clear to send");
+    sl->add_flag("--dsr", dsr, "Data set ready");
+    sl->add_flag("--ring", ring, "Ring indicator");
+    sl->add_flag("--dcd", dcd, "Carrier detect");
+    sl->callback([] {
+        auto i = attach_or_exit(inst.resolve());
+        std::string name = line_port;
+        if (!name.empty() && name.back() != ':') name += ':';
+        const bool ok = i->with_lock([&](vex::sim::State& s) {
+            const int index = vex::sim::serial_port_by_name(s, name.c_str());
+            if (index < 0) return false;
+            vex::sim::serial_port_set_far_lines(
+                s, index, (cts ? 0x10u : 0u) | (dsr ? 0x20u : 0u) | (ring ? 0x40u : 0u) | (dcd ? 0x80u : 0u));
+            return true;
+        });
+        if (!ok) {
+            std::fprintf(stderr, "vexsim: the controller has no port %s (is its host running?)\n", name.c_str());
             std::exit(1);
         }
         std::exit(0);

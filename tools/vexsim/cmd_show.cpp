@@ -3,6 +3,7 @@
 
 #include "platform/target.h"
 #include "sim/host.h"
+#include "sim/serial_ports.h"
 #include "sim/models/models.h"
 #include "tools/vexsim/commands.h"
 
@@ -62,6 +63,15 @@ void show_slot(int i, const vex::sim::Slot& slot, uint64_t now) {
     }
 }
 
+void show_port(const vex::sim::State& s, int i) {
+    const vex::sim::SerialPortState& p = s.serial_ports[i];
+    if (!p.name[0]) return;
+    const uint32_t in = vex::sim::serial_port_status(s, i);
+    std::printf("  port %-6s %s  DTR %s RTS %s | CTS %s DSR %s RING %s DCD %s%s\n", p.name, p.device,
+                p.dtr ? "on " : "off", p.rts ? "on " : "off", in & 0x10 ? "on " : "off", in & 0x20 ? "on " : "off",
+                in & 0x40 ? "on " : "off", in & 0x80 ? "on " : "off", p.loopback ? "  (loopback)" : "");
+}
+
 int show(const std::string& name) {
     auto inst = attach_or_exit(name);
     inst->with_lock([&](vex::sim::State& s) {
@@ -80,6 +90,7 @@ int show(const std::string& name) {
                 vex::sim::models::parallel_advance(s, i, now);
             show_slot(i, s.slots[i], now);
         }
+        for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
         return 0;
     });
     return 0;
