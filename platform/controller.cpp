@@ -2,6 +2,7 @@
 // routes the register accessors accordingly.
 #include "platform/controller.h"
 
+#include <filesystem>
 #include <memory>
 #include <mutex>
 
@@ -9,6 +10,7 @@
 #include "platform/os_timer.h"
 #include "platform/target.h"
 #include "sim/host.h"
+#include "sim/host_process.h"
 #include "sim/instance.h"
 
 namespace vex::plat {
@@ -28,7 +30,8 @@ constexpr uint32_t kOsTimerCountOffset = 0x10;
 // destructors of the process in an order nobody controls.
 std::mutex g_mutex;
 sim::Instance* g_instance = nullptr;
-sim::Host* g_host = nullptr;
+sim::Host* g_host = nullptr;       // in-process host, when no host program could be started
+sim::HostUser* g_user = nullptr;   // this process as a user of the instance
 volatile void* g_os_timer_page = nullptr;
 
 }  // namespace
@@ -47,12 +50,28 @@ bool connect_controller(std::string* error) {
         return g_os_timer_page != nullptr;
     }
     if (g_instance) return true;
-    g_instance = sim::Instance::attach(t.instance, error).release();
-    if (!g_instance) return false;
-    sim::set_current(g_instance);
+    // Register as a user first: a host that is winding down finishes before
+    // this process looks at the instance.
     std::string why;
-    g_host = sim::Host::try_start(*g_instance, &why).release();
-    if (!why.empty() && error) *error = why;
+    std::error_code ec;
+    std::filesystem::create_directories(instance_dir(t.instance), ec);
+    g_user = sim::HostUser::join(t.instance, &why).release();
+    g_instance = sim::Instance::attach(t.instance, error).release();
+    if (!g_instance) {
+        delete g_user;
+        g_user = nullptr;
+        return false;
+    }
+    sim::set_current(g_instance);
+    if (sim::Host::host_pid(t.instance) != 0) return true;
+    if (g_user && sim::start_host_process(t.instance, &why) != sim::HostStart::Failed) return true;
+    // No host process: host in-process, for as long as this program lives.
+    std::string service_problems;
+    g_host = sim::Host::try_start(*g_instance, &service_problems, "library").release();
+    if (error) {
+        *error = why + (why.empty() ? "" : "; hosting in-process, the ports end with this program");
+        if (!service_problems.empty()) *error += (error->empty() ? "" : "; ") + service_problems;
+    }
     return true;
 }
 
@@ -63,6 +82,8 @@ void disconnect_controller() {
     sim::set_current(nullptr);
     delete g_instance;
     g_instance = nullptr;
+    delete g_user;  // the last user stops the host it was sharing
+    g_user = nullptr;
     if (g_os_timer_page) {
         g_os_timer_direct = nullptr;
         unmap_physical(g_os_timer_page, kOsTimerPage);

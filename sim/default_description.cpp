@@ -1,5 +1,6 @@
 // The virtual controller that runs when nothing else is said: eight slots
-// with a mix of parallel-bus digital modules and serial modules.
+// with a mix of parallel-bus digital modules and serial modules, and serial
+// modules on an external bus, directly and in a remote expansion unit.
 #include "sim/description.h"
 
 namespace vex::sim {
@@ -40,13 +41,14 @@ di_channels = 8
 do_channels = 8
 version = 2
 
-# Serial digital module in a local slot (answers on the internal port).
+# Serial module in a local slot: it answers on the internal port COM0:
+# while the slot is selected. 8 inputs (latches, counters), 8 outputs with
+# host watchdog. Its kind comes from the product catalogue.
 [[slot]]
 slot = 3
 type = "serial"
-kind = "dio"
-di_channels = 8
-do_channels = 8
+kind = "4308"
+di = 0x05
 
 # 32-channel input module.
 [[slot]]
@@ -64,13 +66,44 @@ id = 0x24
 do_channels = 16
 version = 1
 
-# Slots 6 and 7 are empty.
+# Slot 6 is empty.
+
+# Serial analog output module (4 outputs, power-on values readable: the
+# "P" variant) in a local slot.
+[[slot]]
+slot = 7
+type = "serial"
+kind = "4504P"
 
 # External serial bus ports (the internal port COM0: always exists). Their
 # modem lines are wired back: DTR -> DSR and carrier detect, RTS -> CTS.
+# COM1: carries two modules at bus addresses 01 and 02 and a remote
+# expansion unit at address 10 with modules in its slots 0 and 1.
 [[port]]
 name = "COM1:"
 modem_loopback = true
+
+[[port.module]]
+address = 0x01
+kind = "4408"
+ai = [1.25, -2.5, 0.0, 5.0, 9.75, -10.0, 0.5, 3.3]
+
+[[port.module]]
+address = 0x02
+kind = "4216"
+
+[[port.unit]]
+address = 0x10
+slots = 2
+
+[[port.unit.slot]]
+slot = 0
+kind = "4116"
+di = 0x0101
+
+[[port.unit.slot]]
+slot = 1
+kind = "4502"
 
 [[port]]
 name = "COM2:"

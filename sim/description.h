@@ -12,6 +12,31 @@
 
 namespace vex::sim {
 
+// A fault as the description (or vexsim fault) sets it; see SerialFault.
+struct FaultDescription {
+    SerialFaultKind kind = SerialFaultKind::None;
+    uint32_t param = 0;           // garbage: bytes; cut: characters kept; dribble: ms
+    uint32_t count = 0;           // exchanges it spoils; 0 = until cleared
+};
+
+// A serial module: its kind from the product catalogue, and what a new
+// module of that kind holds (inputs as wired, module memory as delivered).
+struct SerialModuleDescription {
+    std::string kind;             // name text: a catalogue kind, optionally with a variant mark ("4504P")
+    uint8_t address = 0;          // bus address (local slots: 00, as the library addresses them)
+    std::optional<bool> checksum; // expects and gives checksums; default: its port's setting
+    SerialFormat format = SerialFormat::Engineering;  // analog input answers
+    uint32_t di = 0;              // initial input lines
+    std::vector<float> ai;        // initial analog inputs, engineering units, channel 0 first
+    uint32_t power_on = 0;        // digital outputs at power-up
+    uint32_t safe = 0;            // digital outputs when the host watchdog runs out
+    std::vector<float> ao_power_on;  // analog outputs at power-up
+    std::vector<float> ao_safe;      // analog outputs when the watchdog runs out
+    bool wdt_enabled = false;     // host watchdog armed at power-up
+    uint8_t wdt_timeout = 0;      // tenths of a second
+    FaultDescription fault;
+};
+
 struct SlotDescription {
     ModuleKind kind = ModuleKind::Empty;
     uint8_t id = 0;
@@ -29,16 +54,30 @@ struct SlotDescription {
     uint32_t power_on = 0;        // power-on output value (0 = none)
     uint32_t safe = 0;            // safe output value
     uint8_t wdt_timeout = 10;     // half-seconds
-    // Serial modules.
-    std::string serial_kind;
+    // Serial modules (answering on the internal port COM0:).
+    SerialModuleDescription serial;
+};
+
+// A remote expansion unit on a bus: modules in its own slots, reached with
+// commands that carry the slot ("$AAS<slot>...").
+struct UnitDescription {
     uint8_t address = 0;
-    uint8_t ai_channels = 0;
-    uint8_t ao_channels = 0;
+    std::string name;             // answered to "$AAM"; default "RU<slots>"
+    uint8_t slots = 8;            // 1..16
+    FaultDescription fault;
+    std::vector<std::pair<uint8_t, SerialModuleDescription>> modules;  // (slot, module)
 };
 
 struct PortDescription {
     std::string name;             // "COM1:"
     bool modem_loopback = true;   // DTR -> DSR and carrier detect, RTS -> CTS
+    bool checksum = false;        // the modules on it expect and give checksums
+    std::string terminator = "\r";  // ends commands and answers (1..7 characters)
+    bool pacing = false;          // answers at the line's character rate
+    uint16_t turnaround_ms = 0;   // pause before an answer, with pacing
+    FaultDescription fault;
+    std::vector<SerialModuleDescription> modules;
+    std::vector<UnitDescription> units;
 };
 
 struct RegistryPreset {
@@ -55,13 +94,15 @@ struct Description {
     uint8_t dip_switch = 0;
     uint8_t slot_count = 8;       // 0..8
     std::array<SlotDescription, kSlots> slots{};
-    std::vector<PortDescription> ports;
+    std::vector<PortDescription> ports;  // COM0: may be listed for its settings (no modules)
     std::vector<RegistryPreset> registry;
 };
 
-// Parses a description. On error returns nothing and explains in *error
-// (with the line of the problem when TOML itself is malformed).
-std::optional<Description> parse_description(const std::string& text, std::string* error);
+// Parses a description. On error returns nothing and explains in *error,
+// as "<source>:<line>:<column>: <what is wrong>". Unknown tables and keys,
+// values of the wrong type or out of range are errors.
+std::optional<Description> parse_description(const std::string& text, std::string* error,
+                                             const std::string& source = "description");
 // Reads and parses a description file.
 std::optional<Description> load_description_file(const std::string& path, std::string* error);
 

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -27,7 +29,7 @@ bool register_host_service(const char* name, HostServiceFactory factory) {
     return true;
 }
 
-std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error) {
+std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error, const char* mode) {
     // The host lock is an flock on a file of the instance directory: the
     // kernel drops it when the hosting process ends, however it ends, so a
     // crashed host never blocks the next one.
@@ -41,7 +43,7 @@ std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error) {
         if (error) error->clear();
         return nullptr;
     }
-    const std::string pid = std::to_string(::getpid()) + "\n";
+    const std::string pid = std::to_string(::getpid()) + " " + mode + "\n";
     if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, pid.data(), pid.size(), 0) < 0) {
         // The pid is only informative; hosting works without it.
     }
@@ -58,17 +60,42 @@ std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error) {
     return host;
 }
 
-int Host::host_pid(const std::string& instance) {
+namespace {
+
+// What the host lock file says while it is held: "<pid> <mode>".
+bool read_host_lock(const std::string& instance, int& pid, std::string& mode) {
+    pid = 0;
+    mode.clear();
     const int fd = ::open(lock_path(instance).c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return 0;
-    int pid = 0;
-    if (::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        char buf[32] = {};
-        if (::pread(fd, buf, sizeof buf - 1, 0) > 0) pid = std::atoi(buf);
-        if (pid == 0) pid = -1;  // hosted, pid unknown
+    if (fd < 0) return false;
+    const bool held = ::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (held) {
+        char buf[64] = {};
+        if (::pread(fd, buf, sizeof buf - 1, 0) > 0) {
+            char* end = nullptr;
+            pid = static_cast<int>(std::strtol(buf, &end, 10));
+            while (end && *end == ' ') ++end;
+            if (end) mode.assign(end, std::strcspn(end, "\n"));
+        }
+        if (pid <= 0) pid = -1;  // hosted, pid unknown
     }
     ::close(fd);
+    return held;
+}
+
+}  // namespace
+
+int Host::host_pid(const std::string& instance) {
+    int pid = 0;
+    std::string mode;
+    read_host_lock(instance, pid, mode);
     return pid;
+}
+
+std::string Host::host_mode(const std::string& instance) {
+    int pid = 0;
+    std::string mode;
+    return read_host_lock(instance, pid, mode) ? (mode.empty() ? "?" : mode) : "";
 }
 
 Host::~Host() {

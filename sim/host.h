@@ -1,7 +1,12 @@
 // The host of a virtual controller instance runs what is active in the
 // controller: serial modules answering on pseudo-terminals, timers,
-// interrupt sources. One process hosts an instance at a time (vexsim serve,
-// or the library in-process when nobody else does).
+// interrupt sources. One process hosts an instance at a time:
+//   "auto"     a host process the library starts on demand (vexsim host);
+//              it ends when the last program using the instance has left
+//              (sim/host_process.h)
+//   "serve"    vexsim serve, until it is stopped
+//   "library"  the library in-process, when no host program can be found
+// Services do not depend on which: they run in whichever process hosts.
 #pragma once
 
 #include <memory>
@@ -27,10 +32,14 @@ class Host {
 public:
     // Becomes the host of the instance unless another process already is
     // (then returns null with an empty *error). A service that fails to
-    // start is reported in *error and the others still run.
-    static std::unique_ptr<Host> try_start(Instance& instance, std::string* error);
-    // Process id of the instance's current host, or 0 if nobody hosts it.
+    // start is reported in *error and the others still run. `mode` says
+    // what kind of host this is ("auto", "serve", "library").
+    static std::unique_ptr<Host> try_start(Instance& instance, std::string* error, const char* mode = "library");
+    // Process id of the instance's current host, or 0 if nobody hosts it
+    // (-1: hosted, pid unknown).
     static int host_pid(const std::string& instance);
+    // The mode of the current host ("" when nobody hosts it).
+    static std::string host_mode(const std::string& instance);
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;

@@ -15,6 +15,7 @@
 #include "platform/text_codec.h"
 #include "sim/host.h"
 #include "sim/models/models.h"
+#include "sim/serial_modules/control.h"
 
 namespace vex::sim {
 namespace {
@@ -166,6 +167,7 @@ void Instance::power_up(const Description& d) {
     copy_text(s.instance, sizeof s.instance, name_);
     copy_text(s.hardware_id, sizeof s.hardware_id, d.hardware_id);
     models::backplane_power_up(s, d);
+    serial::power_up(s, d, now);
     for (int i = 0; i < kSlots && i < d.slot_count; ++i) {
         if (d.slots[static_cast<size_t>(i)].kind != ModuleKind::Empty)
             models::slot_install(s, i, d.slots[static_cast<size_t>(i)], now);
@@ -249,6 +251,7 @@ void Instance::advance(uint64_t ns) {
         if (state_->slots[i].kind == static_cast<uint8_t>(ModuleKind::Parallel))
             models::parallel_advance(*state_, i, now_ns());
     }
+    serial::advance_all(*state_, now_ns());
     mirror_all_slots(*state_, now_ns());
 }
 
@@ -287,9 +290,11 @@ bool Instance::set_inputs(int slot, uint32_t lines) {
         mirror_slot(*state_, slot, now_ns());
         return n > 0;
     }
-    case ModuleKind::Serial:
-        sl.serial.di = lines;
-        return sl.serial.di_channels > 0;
+    case ModuleKind::Serial: {
+        serial::Place place;
+        return serial::find_place(*state_, std::to_string(slot), place, nullptr) &&
+               serial::set_inputs(*state_, place.index, lines, nullptr);
+    }
     case ModuleKind::Empty:
         break;
     }

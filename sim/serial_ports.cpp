@@ -8,15 +8,19 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <deque>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "platform/registry_store.h"
+#include "platform/system.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
 #include "sim/host.h"
@@ -125,11 +129,39 @@ struct Port : SerialLine {
     int slave = -1;
     bool loopback = false;
     std::unique_ptr<SerialListener> listener;
+    // Bytes waiting for their time (touched by the serial thread only).
+    struct Timed {
+        uint8_t byte;
+        uint64_t due_ns;
+    };
+    std::deque<Timed> pending;
 
     const std::string& port_name() const override { return name; }
     size_t send(const void* data, size_t size) override {
         const ssize_t n = ::write(master, data, size);
         return n > 0 ? static_cast<size_t>(n) : 0;
+    }
+    void send_timed(std::string_view bytes, uint64_t first_delay_ns, uint64_t gap_ns) override {
+        uint64_t due = plat::monotonic_ns() + first_delay_ns;
+        for (char c : bytes) {
+            pending.push_back({static_cast<uint8_t>(c), due});
+            due += gap_ns;
+        }
+        flush_due(plat::monotonic_ns());
+    }
+    void drop_pending() override { pending.clear(); }
+    uint64_t char_time_ns() const override { return tty_char_time_ns(slave); }
+
+    // Sends every byte whose time has come, in one write. A line whose
+    // buffer is full loses them, as a line nobody reads does.
+    void flush_due(uint64_t now) {
+        uint8_t buf[256];
+        size_t n = 0;
+        while (!pending.empty() && pending.front().due_ns <= now && n < sizeof buf) {
+            buf[n++] = pending.front().byte;
+            pending.pop_front();
+        }
+        if (n > 0 && ::write(master, buf, n) < 0 && errno == EAGAIN) pending.clear();
     }
     ~Port() override {
         if (slave >= 0) ::close(slave);
@@ -272,14 +304,27 @@ private:
         ports_.clear();
     }
 
-    // Moves what the ports' users write to the listeners (or nowhere).
+    // Moves what the ports' users write to the listeners (or nowhere), and
+    // sends the listeners' timed answers when they fall due.
     void serve() {
         std::vector<pollfd> fds;
         for (const auto& p : ports_) fds.push_back({p->master, POLLIN, 0});
         fds.push_back({wake_, POLLIN, 0});
         uint8_t buf[512];
         for (;;) {
-            if (::poll(fds.data(), fds.size(), -1) < 0) {
+            const uint64_t now = plat::monotonic_ns();
+            uint64_t next = UINT64_MAX;
+            for (const auto& p : ports_) {
+                p->flush_due(now);
+                if (!p->pending.empty()) next = std::min(next, p->pending.front().due_ns);
+            }
+            timespec wait{};
+            if (next != UINT64_MAX) {
+                const uint64_t left = next > now ? next - now : 0;
+                wait.tv_sec = static_cast<time_t>(left / 1000000000u);
+                wait.tv_nsec = static_cast<long>(left % 1000000000u);
+            }
+            if (::ppoll(fds.data(), fds.size(), next == UINT64_MAX ? nullptr : &wait, nullptr) < 0) {
                 if (errno == EINTR) continue;
                 return;
             }

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "sim/instance.h"
 #include "sim/state.h"
@@ -50,6 +51,16 @@ public:
     // Sends bytes to the port's user; what does not fit the line's buffer
     // is dropped. Returns the count sent.
     virtual size_t send(const void* data, size_t size) = 0;
+    // Sends bytes later, as a line delivers them: the first `first_delay_ns`
+    // from now, each next `gap_ns` after the one before. Queued after bytes
+    // still waiting; the host's serial thread sends each when it is due.
+    virtual void send_timed(std::string_view bytes, uint64_t first_delay_ns, uint64_t gap_ns) = 0;
+    // Forgets what still waits to go out.
+    virtual void drop_pending() = 0;
+    // How long one character takes at the line settings the port's user
+    // made (start bit, data bits, parity, stop bits at its baud rate), or 0
+    // when the settings cannot be read.
+    virtual uint64_t char_time_ns() const = 0;
 };
 
 class SerialListener {
@@ -58,6 +69,10 @@ public:
     // Bytes the port's user wrote. Runs on the host's serial thread.
     virtual void received(SerialLine& line, const uint8_t* data, size_t size) = 0;
 };
+
+// Time one character takes on a tty at its current termios settings (see
+// SerialLine::char_time_ns); 0 when they cannot be read.
+uint64_t tty_char_time_ns(int fd);
 
 // Offers a listener for a port ("COM0:", "COM1:", ...); null to pass.
 using SerialListenerFactory = std::unique_ptr<SerialListener> (*)(Instance& instance,

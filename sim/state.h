@@ -7,11 +7,12 @@
 #include <cstdint>
 
 #include "platform/shared_section.h"
+#include "sim/serial_state.h"
 
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 1;
+inline constexpr uint32_t kStateLayout = 2;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -48,25 +49,12 @@ inline constexpr uint8_t kSourceHost = 0;     // the host's writes, or the reset
 inline constexpr uint8_t kSourcePowerOn = 1;  // the stored power-on value, at power-up
 inline constexpr uint8_t kSourceSafe = 2;     // the stored safe value, when the watchdog expired
 
-// A serial module sitting in a slot (answers on the internal port).
-struct SerialSlotModule {
-    char kind[24];          // module kind from the description
-    uint8_t address;
-    uint8_t di_channels;
-    uint8_t do_channels;
-    uint8_t ai_channels;
-    uint8_t ao_channels;
-    uint8_t pad[3];
-    uint32_t di;
-    uint32_t do_latch;
-};
-
 struct Slot {
     uint8_t kind;           // ModuleKind
     uint8_t id;             // register 0x00 (255 for a serial module)
     uint8_t pad[6];
     ParallelModule parallel;
-    SerialSlotModule serial;
+    // A serial module in the slot lives in State::serial (site Slot).
 };
 
 // A trace entry: one register write or serial exchange note.
@@ -124,6 +112,9 @@ struct State {
     TraceEntry trace[kTraceEntries];
 
     SerialPortState serial_ports[kSerialPorts];
+
+    // Serial modules, expansion units, bus settings and the exchange trace.
+    SerialBusState serial;
 
     // Read side of every register of the window. Device models keep it
     // current; the library's _vex_map pointer looks straight into it.

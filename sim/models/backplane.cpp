@@ -1,5 +1,6 @@
 // The backplane's own register block at 0x9000 of the window.
 #include "sim/models/models.h"
+#include "sim/serial_modules/control.h"
 
 namespace vex::sim::models {
 namespace {
@@ -20,7 +21,10 @@ uint8_t& reg(State& s, uint32_t off) { return s.image[off]; }
 void backplane_update_presence(State& s) {
     uint8_t presence = 0xFF;  // active low: a 0 bit is a module
     for (int i = 0; i < kSlots; ++i) {
-        if (s.slots[i].kind != static_cast<uint8_t>(ModuleKind::Empty))
+        const uint8_t kind = s.slots[i].kind;
+        // A serial module pulled out by a fault leaves its slot empty.
+        if (kind == static_cast<uint8_t>(ModuleKind::Parallel) ||
+            (kind == static_cast<uint8_t>(ModuleKind::Serial) && serial::slot_module_present(s, i)))
             presence = static_cast<uint8_t>(presence & ~(1u << i));
     }
     reg(s, kPresence) = presence;

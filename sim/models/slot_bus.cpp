@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "sim/models/models.h"
+#include "sim/serial_modules/control.h"
 
 namespace vex::sim::models {
 namespace {
@@ -13,8 +14,9 @@ uint8_t slot_read(State& s, int slot, uint32_t offset, uint64_t now) {
     case ModuleKind::Parallel:
         return parallel_read(s, slot, offset, now);
     case ModuleKind::Serial:
-        // A serial module shows only its identification register.
-        return offset == 0 ? 0xFF : 0xFF;
+        // A serial module shows only its identification register (255);
+        // the rest of its page floats.
+        return 0xFF;
     case ModuleKind::Empty:
         break;
     }
@@ -32,20 +34,14 @@ void slot_install(State& s, int slot, const SlotDescription& d, uint64_t now) {
     sl.id = d.kind == ModuleKind::Serial ? 0xFF : d.id;
     if (d.kind == ModuleKind::Parallel) {
         parallel_power_up(s, slot, d, now);
-    } else if (d.kind == ModuleKind::Serial) {
-        SerialSlotModule& m = sl.serial;
-        std::strncpy(m.kind, d.serial_kind.c_str(), sizeof m.kind - 1);
-        m.address = d.address;
-        m.di_channels = d.di_channels;
-        m.do_channels = d.do_channels;
-        m.ai_channels = d.ai_channels;
-        m.ao_channels = d.ao_channels;
-        m.di = d.di;
+    } else if (d.kind == ModuleKind::Serial && !serial::slot_install(s, slot, d.serial, now)) {
+        sl.kind = static_cast<uint8_t>(ModuleKind::Empty);  // no room for another serial module
     }
     backplane_update_presence(s);
 }
 
 void slot_remove(State& s, int slot) {
+    serial::slot_remove(s, slot);
     std::memset(&s.slots[slot], 0, sizeof s.slots[slot]);
     backplane_update_presence(s);
 }

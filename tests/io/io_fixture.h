@@ -35,7 +35,7 @@ slot = [
   { slot = 0, id = 0x2F, do_channels = 32, readback = true, safe = 0xA5A5A5A5, wdt_timeout = 2 },
   { slot = 1, id = 0x24, do_channels = 32 },
   { slot = 2, id = 0x21, di_channels = 8, do_channels = 8 },
-  { slot = 3, type = "serial", kind = "dio", di_channels = 8, do_channels = 8 },
+  { slot = 3, type = "serial", kind = "4308" },
   { slot = 4, id = 0x15, di_channels = 32 },
   { slot = 5, id = 0x13, di_channels = 16, do_channels = 16 },
   { slot = 6, id = 0x31, do_channels = 4, watchdog = true, safe = 0x0C },

@@ -71,7 +71,7 @@ TEST(Description, MistakesAreExplained) {
         {"[[slot]]\ntype = \"parallel\"\n", "'slot'"},
         {"[[slot]]\nslot = 0\n[[slot]]\nslot = 0\n", "twice"},
         {"[controller]\nhardware_id = 5\n", "hardware_id"},
-        {"[controller\n", "line 1"},
+        {"[controller\n", "description:1:"},
         {"[[port]]\nmodem_loopback = true\n", "name"},
         {"[registry]\n'HKEY_USERS\\x' = -1\n", "32-bit"},
     };

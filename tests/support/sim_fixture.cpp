@@ -14,6 +14,7 @@
 #include "frame/library.h"
 #include "platform/target.h"
 #include "platform/system.h"
+#include "sim/host_process.h"
 
 extern char** environ;
 
@@ -83,6 +84,8 @@ void SimFixture::SetUp() {
     ::setenv("VEXSDK_SIM_DIR", dir_.c_str(), 1);
     ::setenv("VEXSDK_TARGET", ("sim:" + name_).c_str(), 1);
     ::unsetenv("VEXSDK_REGISTRY");
+    // The host process the library starts is this build's vexsim.
+    ::setenv("VEXSDK_SIM_HOST", VEXSIM_PATH, 1);
     ::unsetenv("VEXSDK_PHYSMEM");
     plat::reload_target();
     const std::string text = description();
@@ -96,6 +99,9 @@ void SimFixture::SetUp() {
 
 void SimFixture::TearDown() {
     frame::library_detach();
+    // The last user stops the host; one that a test's own processes started
+    // may still be on its way out.
+    EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000)) << "the host of " << name_ << " did not stop";
     sim::Instance::destroy(name_);
     std::error_code ec;
     std::filesystem::remove_all(dir_, ec);

@@ -100,7 +100,7 @@ void register_control_commands(CLI::App& app) {
         if (!plug.serial.empty()) {
             d.kind = vex::sim::ModuleKind::Serial;
             d.id = 0xFF;
-            d.serial_kind = plug.serial;
+            d.serial.kind = plug.serial;
         } else {
             d.kind = vex::sim::ModuleKind::Parallel;
             d.id = static_cast<uint8_t>(parse_number_or_exit(plug.id, "the module ID", 254));

@@ -35,7 +35,7 @@ int serve(const std::string& name, const std::string& description_file) {
         }
     }
     std::string why;
-    auto host = vex::sim::Host::try_start(*inst, &why);
+    auto host = vex::sim::Host::try_start(*inst, &why, "serve");
     if (!host) {
         const int pid = vex::sim::Host::host_pid(name);
         std::fprintf(stderr, "vexsim: instance '%s' is already hosted (pid %d)\n", name.c_str(), pid);

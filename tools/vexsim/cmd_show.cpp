@@ -1,10 +1,15 @@
 // vexsim show / trace.
+#include <algorithm>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 #include "platform/target.h"
 #include "sim/host.h"
 #include "sim/serial_ports.h"
 #include "sim/models/models.h"
+#include "sim/serial_modules/control.h"
+#include "sim/serial_modules/describe.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
@@ -56,9 +61,7 @@ void show_slot(int i, const vex::sim::Slot& slot, uint64_t now) {
         return;
     }
     case ModuleKind::Serial:
-        std::printf("  slot %d: serial module '%s', %u DI / %u DO / %u AI / %u AO\n", i, slot.serial.kind,
-                    slot.serial.di_channels, slot.serial.do_channels, slot.serial.ai_channels,
-                    slot.serial.ao_channels);
+        std::printf("  slot %d: serial module (see below)\n", i);
         return;
     }
 }
@@ -72,14 +75,50 @@ void show_port(const vex::sim::State& s, int i) {
                 in & 0x40 ? "on " : "off", in & 0x80 ? "on " : "off", p.loopback ? "  (loopback)" : "");
 }
 
+// The controller's COM ports and the serial modules on them.
+void show_serial(const vex::sim::State& s) {
+    namespace serial = vex::sim::serial;
+    const vex::sim::SerialBusState& b = s.serial;
+    for (int p = 0; p < vex::sim::kSerialBusPorts; ++p) {
+        if (!b.ports[p].name[0]) continue;
+        std::printf("  serial %s %s\n", b.ports[p].name, serial::describe_port_settings(s, p).c_str());
+        for (int i = 0; i < vex::sim::kSerialModules; ++i) {
+            const vex::sim::SerialModuleState& m = b.modules[i];
+            if (m.site != static_cast<uint8_t>(vex::sim::SerialSite::Unused) && m.port == p &&
+                m.site != static_cast<uint8_t>(vex::sim::SerialSite::Unit))
+                std::printf("%s", serial::describe_module(s, i, 4).c_str());
+        }
+        for (int u = 0; u < vex::sim::kSerialUnits; ++u) {
+            if (!b.units[u].used || b.units[u].port != p) continue;
+            std::printf("%s", serial::describe_unit(s, u, 4).c_str());
+            for (int i = 0; i < vex::sim::kSerialModules; ++i) {
+                const vex::sim::SerialModuleState& m = b.modules[i];
+                if (m.site == static_cast<uint8_t>(vex::sim::SerialSite::Unit) && m.port == p &&
+                    m.address == b.units[u].address)
+                    std::printf("%s", serial::describe_module(s, i, 6).c_str());
+            }
+        }
+    }
+}
+
+const char* host_text(const std::string& name, std::string& buf) {
+    const int pid = vex::sim::Host::host_pid(name);
+    if (pid == 0) return "none (the next program that uses it starts one)";
+    const std::string mode = vex::sim::Host::host_mode(name);
+    buf = pid > 0 ? "pid " + std::to_string(pid) : std::string("running");
+    if (mode == "auto") buf += " (vexsim host: ends when the last program using the instance ends)";
+    if (mode == "serve") buf += " (vexsim serve)";
+    if (mode == "library") buf += " (in-process, in a program using the library)";
+    return buf.c_str();
+}
+
 int show(const std::string& name) {
     auto inst = attach_or_exit(name);
     inst->with_lock([&](vex::sim::State& s) {
         const int count = s.slot_count_code == 7 ? 8 : s.slot_count_code;
-        const int host = vex::sim::Host::host_pid(name);
+        std::string host;
         std::printf("instance %s (%s)\n", s.instance, vex::plat::instance_dir(name).c_str());
-        std::printf("  host: %s\n", host > 0 ? ("pid " + std::to_string(host)).c_str()
-                                           : host < 0 ? "running" : "none (the library hosts it in-process)");
+        std::printf("  host: %s\n", host_text(name, host));
         std::printf("  hardware ID %s, CPU ID %u, backplane version %u, %d slots\n", s.hardware_id, s.cpu_id,
                     s.backplane_version, count);
         std::printf("  DIP switch 0x%02X, slot select 0x%02X\n", s.dip_switch, s.slot_select);
@@ -90,23 +129,42 @@ int show(const std::string& name) {
                 vex::sim::models::parallel_advance(s, i, now);
             show_slot(i, s.slots[i], now);
         }
+        vex::sim::serial::advance_all(s, now);
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
+        show_serial(s);
         return 0;
     });
     return 0;
 }
 
+// Register writes and serial exchanges, merged by time, the latest `last`.
 int trace(const std::string& name, unsigned last) {
     auto inst = attach_or_exit(name);
     inst->with_lock([&](vex::sim::State& s) {
-        const uint32_t total = s.trace_next;
-        const uint32_t n = std::min<uint32_t>({total, vex::sim::kTraceEntries, last});
-        for (uint32_t k = total - n; k < total; ++k) {
+        struct Line {
+            uint64_t when;
+            std::string text;
+        };
+        std::vector<Line> lines;
+        const uint32_t writes = std::min<uint32_t>({s.trace_next, vex::sim::kTraceEntries, last});
+        for (uint32_t k = s.trace_next - writes; k < s.trace_next; ++k) {
             const vex::sim::TraceEntry& e = s.trace[k % vex::sim::kTraceEntries];
-            std::printf("%12.6f  write%s 0x%04X <- 0x%0*X\n",
-                        static_cast<double>(e.when_ns - s.epoch_ns) / 1e9, e.kind == 2 ? "16" : "8 ", e.offset,
-                        e.kind == 2 ? 4 : 2, e.value);
+            char buf[64];
+            std::snprintf(buf, sizeof buf, "write%s 0x%04X <- 0x%0*X", e.kind == 2 ? "16" : "8 ", e.offset,
+                          e.kind == 2 ? 4 : 2, e.value);
+            lines.push_back({e.when_ns, buf});
         }
+        const vex::sim::SerialBusState& b = s.serial;
+        const uint32_t exchanges =
+            std::min<uint32_t>({b.trace_next, static_cast<uint32_t>(vex::sim::kSerialTraceEntries), last});
+        for (uint32_t k = b.trace_next - exchanges; k < b.trace_next; ++k) {
+            const vex::sim::SerialTraceEntry& e = b.trace[k % vex::sim::kSerialTraceEntries];
+            lines.push_back({e.when_ns, "serial " + vex::sim::serial::describe_exchange(s, e)});
+        }
+        std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& c) { return a.when < c.when; });
+        const size_t from = lines.size() > last ? lines.size() - last : 0;
+        for (size_t i = from; i < lines.size(); ++i)
+            std::printf("%12.6f  %s\n", static_cast<double>(lines[i].when - s.epoch_ns) / 1e9, lines[i].text.c_str());
         return 0;
     });
     return 0;
@@ -121,7 +179,7 @@ void register_show_commands(CLI::App& app) {
     s->callback([] { std::exit(show(inst.resolve())); });
 
     static unsigned last = 32;
-    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes");
+    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes and serial exchanges");
     inst.add_to(t);
     t->add_option("-n,--last", last, "How many entries");
     t->callback([] { std::exit(trace(inst.resolve(), last)); });

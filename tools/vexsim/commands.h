@@ -23,3 +23,5 @@ void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycl
 void register_show_commands(CLI::App& app);        // show, trace
 void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
+void register_host_command(CLI::App& app);         // host (started by the library)
+void register_serial_commands(CLI::App& app);      // set di/ai/pulses/format, fault (after control)

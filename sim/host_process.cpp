@@ -1,0 +1,214 @@
+// The users of an instance and the host process that serves them (see
+// host_process.h).
+#include "sim/host_process.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/file.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "platform/system.h"
+#include "platform/target.h"
+#include "sim/host.h"
+
+extern char** environ;
+
+namespace vex::sim {
+namespace {
+
+constexpr int kWaitMs = 10000;
+
+int64_t ms_left(uint64_t deadline_ns) {
+    const uint64_t now = plat::monotonic_ns();
+    return now >= deadline_ns ? 0 : static_cast<int64_t>((deadline_ns - now) / 1000000u);
+}
+
+bool executable(const std::string& path) { return !path.empty() && ::access(path.c_str(), X_OK) == 0; }
+
+// Directory of the library (or of the program the library is linked into).
+std::string own_directory() {
+    Dl_info info{};
+    std::string path;
+    if (::dladdr(reinterpret_cast<void*>(&find_host_program), &info) != 0 && info.dli_fname &&
+        std::strchr(info.dli_fname, '/'))
+        path = info.dli_fname;
+    else
+        path = plat::executable_path();
+    char real[PATH_MAX];
+    if (path.empty() || !::realpath(path.c_str(), real)) return "";
+    const std::string full(real);
+    return full.substr(0, full.rfind('/'));
+}
+
+// A process by pid file descriptor, so that a signal never reaches a
+// process that took over a recycled pid. -1 when the kernel has none.
+int open_pid(int pid) { return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)); }
+
+// Waits up to `wait_ms` for the process to end; true when it has. Without a
+// pid file descriptor (older kernels) the process is looked at every 5 ms.
+bool process_ended(int pidfd, int pid, int wait_ms) {
+    if (pidfd >= 0) {
+        pollfd p{pidfd, POLLIN, 0};
+        return ::poll(&p, 1, wait_ms) > 0;
+    }
+    plat::sleep_ms(static_cast<uint32_t>(std::min(wait_ms, 5)));
+    return pid > 0 && ::kill(pid, 0) != 0 && errno == ESRCH;
+}
+
+void signal_process(int pidfd, int pid) {
+    if (pidfd >= 0)
+        ::syscall(SYS_pidfd_send_signal, pidfd, SIGTERM, nullptr, 0);
+    else if (pid > 0)
+        ::kill(pid, SIGTERM);
+}
+
+// Stops a host process and waits for it to end. The signal is repeated: a
+// host that was about to start waiting for the users lock when it came
+// would otherwise wait on.
+void stop_host(const std::string& instance, int pid) {
+    const int pidfd = open_pid(pid);
+    if (Host::host_pid(instance) == pid) {
+        const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
+        do signal_process(pidfd, pid);
+        while (!process_ended(pidfd, pid, 20) && ms_left(deadline) > 0);
+    }
+    if (pidfd >= 0) ::close(pidfd);
+}
+
+}  // namespace
+
+std::string users_lock_path(const std::string& instance) { return plat::instance_dir(instance) + "/users.lock"; }
+
+std::unique_ptr<HostUser> HostUser::join(const std::string& instance, std::string* error) {
+    const std::string path = users_lock_path(instance);
+    const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        if (error) *error = "cannot open " + path + ": " + std::strerror(errno);
+        return nullptr;
+    }
+    // Only a host winding down holds the lock exclusively, for as long as
+    // it takes its services to stop.
+    const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
+    while (::flock(fd, LOCK_SH | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || ms_left(deadline) == 0) {
+            if (error) *error = "flock " + path + ": " + (errno == EWOULDBLOCK ? "a host does not stop" : std::strerror(errno));
+            ::close(fd);
+            return nullptr;
+        }
+        plat::sleep_ms(1);
+    }
+    return std::unique_ptr<HostUser>(new HostUser(instance, fd));
+}
+
+HostUser::~HostUser() {
+    // Only the last user gets the lock exclusively; an automatic host then
+    // has nobody left to serve.
+    if (::flock(fd_, LOCK_EX | LOCK_NB) == 0 && Host::host_mode(instance_) == "auto") {
+        const int pid = Host::host_pid(instance_);
+        if (pid > 0) stop_host(instance_, pid);
+    }
+    ::close(fd_);
+}
+
+std::string find_host_program() {
+    const std::string chosen = plat::env("VEXSDK_SIM_HOST");
+    if (chosen == "none") return "";
+    if (!chosen.empty()) return executable(chosen) ? chosen : "";
+    const std::string dir = own_directory();
+    if (!dir.empty()) {
+        for (const char* rel : {"/vexsim", "/../bin/vexsim", "/../../bin/vexsim", "/../vexsim"}) {
+            if (executable(dir + rel)) return dir + rel;
+        }
+    }
+    const std::string installed = std::string(VEXSDK_INSTALL_BINDIR) + "/vexsim";
+    return executable(installed) ? installed : "";
+}
+
+HostStart start_host_process(const std::string& instance, std::string* error) {
+    auto fail = [&](const std::string& why) {
+        if (error) *error = why;
+        return HostStart::Failed;
+    };
+    const std::string chosen = plat::env("VEXSDK_SIM_HOST");
+    if (chosen == "none") return fail("");  // in-process hosting asked for
+    const std::string program = find_host_program();
+    if (program.empty())
+        return fail(chosen.empty() ? "no host program (vexsim) found"
+                                   : "VEXSDK_SIM_HOST=" + chosen + " is not an executable program");
+    int pipefd[2];
+    if (::pipe2(pipefd, O_CLOEXEC) != 0) return fail(std::string("pipe2: ") + std::strerror(errno));
+    const std::string log = plat::instance_dir(instance) + "/host.log";
+    // The host reports on fd 3: 'R' when it hosts, 'B' when another host
+    // came first; nothing (end of file) when it failed.
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    ::posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 3);
+    // A host starts with default signal handling, whatever its starter
+    // blocked or ignored.
+    posix_spawnattr_t attr;
+    ::posix_spawnattr_init(&attr);
+    sigset_t none, defaults;
+    sigemptyset(&none);
+    sigemptyset(&defaults);
+    for (int sig : {SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGCHLD}) sigaddset(&defaults, sig);
+    ::posix_spawnattr_setsigmask(&attr, &none);
+    ::posix_spawnattr_setsigdefault(&attr, &defaults);
+    ::posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    std::vector<std::string> args{program, "host", "--instance", instance, "--notify-fd", "3"};
+    std::vector<char*> argv;
+    for (std::string& a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    pid_t pid = -1;
+    const int rc = ::posix_spawn(&pid, program.c_str(), &actions, &attr, argv.data(), environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::posix_spawnattr_destroy(&attr);
+    ::close(pipefd[1]);
+    if (rc != 0) {
+        ::close(pipefd[0]);
+        return fail("posix_spawn " + program + ": " + std::strerror(rc));
+    }
+    char answer = 0;
+    pollfd p{pipefd[0], POLLIN, 0};
+    const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
+    int got = 0;
+    while ((got = ::poll(&p, 1, static_cast<int>(ms_left(deadline)))) < 0 && errno == EINTR) {
+    }
+    const bool answered = got > 0 && ::read(pipefd[0], &answer, 1) == 1;
+    ::close(pipefd[0]);
+    // The spawned process only forks the host off and ends; reap it.
+    if (!answered) ::kill(pid, SIGKILL);
+    while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    if (answered && answer == 'R') return HostStart::Started;
+    if (answered && answer == 'B') return HostStart::Taken;
+    return fail(program + " did not come up to host '" + instance + "' (see " + log + ")");
+}
+
+bool wait_until_unhosted(const std::string& instance, int timeout_ms) {
+    const uint64_t deadline = plat::monotonic_ns() + static_cast<uint64_t>(timeout_ms) * 1000000ull;
+    for (;;) {
+        const int pid = Host::host_pid(instance);
+        if (pid == 0) return true;
+        if (ms_left(deadline) == 0) return false;
+        const int pidfd = pid > 0 ? open_pid(pid) : -1;
+        process_ended(pidfd, pid, static_cast<int>(std::min<int64_t>(ms_left(deadline), 50)));
+        if (pidfd >= 0) ::close(pidfd);
+    }
+}
+
+}  // namespace vex::sim

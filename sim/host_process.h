@@ -1,0 +1,74 @@
+// Hosting that outlives the program that started it.
+//
+// Every program that loads the library on a virtual controller is a *user*
+// of its instance: it holds a shared flock on <instance dir>/users.lock from
+// attach to detach (the kernel drops it if the program dies). When a user
+// finds nobody hosting the instance, the library starts a host process,
+// "vexsim host", detached from the program (its own session, not its
+// child). That process hosts the instance (serial ports, modules, every
+// host service) and waits for an exclusive flock on users.lock: it gets it
+// when the last user has left, then stops its services and ends. So the
+// ports and their devices stay the same for as long as any program uses the
+// instance, whichever program started the host, and a port held open by one
+// program never breaks because another one exited.
+//
+// A user that attaches while a host is winding down waits for it (the host
+// holds the exclusive lock until it has stopped), then starts a new one. The
+// last user to leave makes sure its host has stopped before it goes, so that
+// nothing of the instance runs after the last program has ended (tests and
+// scripts may then remove the instance at once).
+//
+// The host program is found, in this order: $VEXSDK_SIM_HOST (a path; "none"
+// hosts in-process instead, as the library did before); "vexsim" beside the
+// library or program (build tree), in ../bin or ../../bin of it (installed
+// SDK: lib/ or lib/<arch>/ beside bin/), in .. of it (build tree tests and
+// benchmarks); the SDK's installed bin directory. Without one the library
+// hosts in-process and says so in its load problem (VEXSDK_DEBUG).
+//
+// posix_spawn is used, never fork() in the library: the program may run
+// threads.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace vex::sim {
+
+class HostUser {
+public:
+    // Joins the users of the instance, waiting (at most 10 s) while a host
+    // is winding down. Null with a reason when the lock cannot be had.
+    static std::unique_ptr<HostUser> join(const std::string& instance, std::string* error);
+    // Leaves. The last user of an "auto" host stops it and waits for it to
+    // end (at most 10 s).
+    ~HostUser();
+    HostUser(const HostUser&) = delete;
+    HostUser& operator=(const HostUser&) = delete;
+
+private:
+    HostUser(std::string instance, int fd) : instance_(std::move(instance)), fd_(fd) {}
+    std::string instance_;
+    int fd_;
+};
+
+enum class HostStart {
+    Started,  // the new host process hosts the instance
+    Taken,    // another host came first; it hosts
+    Failed,   // no host program, or it could not start (see *error)
+};
+// Starts a host process for the instance and waits until it hosts (at most
+// 10 s).
+HostStart start_host_process(const std::string& instance, std::string* error);
+
+// The host program's path, or "" when there is none (or VEXSDK_SIM_HOST is
+// "none").
+std::string find_host_program();
+
+// Path of the users lock of an instance (for the host's side).
+std::string users_lock_path(const std::string& instance);
+
+// Waits until nobody hosts the instance, at most `timeout_ms`; true when
+// nobody does.
+bool wait_until_unhosted(const std::string& instance, int timeout_ms);
+
+}  // namespace vex::sim

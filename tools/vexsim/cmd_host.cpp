@@ -1,0 +1,93 @@
+// vexsim host: the host process the library starts when a program uses an
+// instance that nobody hosts (sim/host_process.h). It is not meant to be
+// run by hand (vexsim serve is): it hosts until the last program using the
+// instance has left, then stops.
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+
+#include "sim/host.h"
+#include "sim/host_process.h"
+#include "tools/vexsim/commands.h"
+
+namespace {
+
+volatile sig_atomic_t g_stop = 0;
+void on_signal(int) { g_stop = 1; }
+
+void notify(int fd, char what) {
+    if (fd < 0) return;
+    if (::write(fd, &what, 1) != 1) {
+        // The starter is gone; it no longer waits for the answer.
+    }
+    ::close(fd);
+}
+
+int host(const std::string& name, int notify_fd) {
+    // Out of the starter's way: a process of our own that the starter need
+    // not wait for, in a session of its own, so that a terminal's signals to
+    // the starter's group do not reach it. Nothing runs threads yet.
+    const pid_t child = ::fork();
+    if (child < 0) {
+        std::fprintf(stderr, "vexsim host: fork: %s\n", std::strerror(errno));
+        return 1;
+    }
+    if (child > 0) ::_exit(0);
+    ::setsid();
+    struct sigaction sa {};
+    sa.sa_handler = on_signal;  // no SA_RESTART: the wait below must end
+    for (int sig : {SIGTERM, SIGINT, SIGHUP}) ::sigaction(sig, &sa, nullptr);
+    ::signal(SIGPIPE, SIG_IGN);
+
+    std::string error;
+    auto inst = vex::sim::Instance::attach(name, &error);
+    if (!inst) {
+        std::fprintf(stderr, "vexsim host: %s\n", error.c_str());
+        return 1;
+    }
+    const std::string users_path = vex::sim::users_lock_path(name);
+    const int users = ::open(users_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (users < 0) {
+        std::fprintf(stderr, "vexsim host: open %s: %s\n", users_path.c_str(), std::strerror(errno));
+        return 1;
+    }
+    auto h = vex::sim::Host::try_start(*inst, &error, "auto");
+    if (!h) {
+        notify(notify_fd, 'B');
+        ::close(users);
+        return 0;
+    }
+    if (!error.empty()) std::fprintf(stderr, "vexsim host: warning: %s\n", error.c_str());
+    std::fprintf(stderr, "vexsim host: hosting instance '%s' (pid %d)\n", name.c_str(), static_cast<int>(::getpid()));
+    notify(notify_fd, 'R');
+    // The exclusive lock comes when no program uses the instance any more.
+    while (!g_stop) {
+        if (::flock(users, LOCK_EX) == 0) break;
+        if (errno != EINTR) {
+            std::fprintf(stderr, "vexsim host: flock %s: %s\n", users_path.c_str(), std::strerror(errno));
+            break;
+        }
+    }
+    h.reset();  // services stop, ports go, the host lock is released
+    inst.reset();
+    std::fprintf(stderr, "vexsim host: instance '%s' has no users left; stopped\n", name.c_str());
+    ::close(users);
+    return 0;
+}
+
+}  // namespace
+
+void register_host_command(CLI::App& app) {
+    static InstanceOption inst;
+    static int notify_fd = -1;
+    CLI::App* h = app.add_subcommand("host", "Host an instance for as long as programs use it (started by the library)");
+    h->group("");  // not for people: vexsim serve is
+    inst.add_to(h);
+    h->add_option("--notify-fd", notify_fd, "Descriptor to report on: R hosting, B hosted elsewhere");
+    h->callback([] { std::exit(host(inst.resolve(), notify_fd)); });
+}
