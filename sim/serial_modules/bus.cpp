@@ -72,7 +72,7 @@ struct Route {
             text = *stripped;
         }
         const auto a = split_address(text);
-        if (!a) return {};
+        if (!a || a->address != m.address) return {};  // not for this module
         const SerialFault fault = take_fault({&m.fault, unit_fault, &s.serial.ports[port].fault});
         if (fault.kind == static_cast<uint8_t>(SerialFaultKind::Refuse))
             return finish(refuse(a->address), checksum, fault);
