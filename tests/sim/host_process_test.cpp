@@ -1,0 +1,151 @@
+// Hosting that outlives the program that started it, with real processes:
+// the peers are programs using the shared library; this test process only
+// watches (it is not a user of the instance).
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "platform/target.h"
+#include "sim/host.h"
+#include "sim/host_process.h"
+#include "sim/instance.h"
+#include "tests/support/peer.h"
+
+namespace vex::test {
+namespace {
+
+int shared_objects_with(const std::string& prefix) {
+    int n = 0;
+    DIR* d = ::opendir("/dev/shm");
+    if (!d) return 0;
+    while (dirent* e = ::readdir(d)) n += std::strncmp(e->d_name, prefix.c_str() + 1, prefix.size() - 1) == 0;
+    ::closedir(d);
+    return n;
+}
+
+// Running: there, and not a zombie waiting for whoever adopted it.
+bool alive(int pid) {
+    if (pid <= 0 || ::kill(pid, 0) != 0) return false;
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    const size_t paren = line.rfind(')');
+    return paren == std::string::npos || paren + 2 >= line.size() || line[paren + 2] != 'Z';
+}
+
+class HostProcess : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char templ[] = "/tmp/vexsdk-test-XXXXXX";
+        ASSERT_NE(::mkdtemp(templ), nullptr);
+        dir_ = templ;
+        name_ = "h" + std::to_string(::getpid());
+        ::setenv("VEXSDK_SIM_DIR", dir_.c_str(), 1);
+        ::setenv("VEXSDK_TARGET", ("sim:" + name_).c_str(), 1);
+        ::setenv("VEXSDK_SIM_HOST", VEXSIM_PATH, 1);
+        plat::reload_target();
+    }
+    void TearDown() override {
+        EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000));
+        sim::Instance::destroy(name_);
+        EXPECT_EQ(shared_objects_with(plat::sim_object_prefix(name_)), 0) << "shared memory left behind";
+        std::error_code ec;
+        std::filesystem::remove_all(dir_, ec);
+    }
+    int host() const { return sim::Host::host_pid(name_); }
+
+    std::string name_;
+    std::string dir_;
+};
+
+TEST_F(HostProcess, TheHostOutlivesItsStarterAndAnOpenPortKeepsWorking) {
+    auto starter = std::make_unique<Peer>();
+    ASSERT_TRUE(starter->ready());
+    const int h = host();
+    ASSERT_GT(h, 0);
+    EXPECT_NE(h, starter->pid()) << "a process of its own";
+    EXPECT_EQ(sim::Host::host_mode(name_), "auto");
+
+    Peer user;
+    ASSERT_TRUE(user.ready());
+    EXPECT_EQ(host(), h) << "the second program uses the running host";
+    ASSERT_EQ(user.command("open COM1:,115200,N,8,1"), "opened");
+    EXPECT_EQ(user.command("ask $01M"), "!014408");
+
+    EXPECT_EQ(starter->quit(), 0);
+    starter.reset();
+    EXPECT_EQ(host(), h) << "the starter's exit does not take the host along";
+    EXPECT_EQ(user.command("ask $01M"), "!014408") << "the port held open across the change still works";
+    EXPECT_EQ(user.command("ask #013"), ">+05.000");
+
+    EXPECT_EQ(user.quit(), 0);
+    EXPECT_FALSE(alive(h)) << "the last user waits until its host has stopped";
+    EXPECT_EQ(host(), 0);
+}
+
+TEST_F(HostProcess, AProgramThatDiesLeavesNoHostBehind) {
+    Peer a;
+    ASSERT_TRUE(a.ready());
+    const int h = host();
+    ASSERT_GT(h, 0);
+    a.kill();
+    EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000)) << "the host sees that nobody uses the instance";
+    EXPECT_FALSE(alive(h));
+
+    // The next program starts a new host, on new pseudo-terminals.
+    Peer b;
+    ASSERT_TRUE(b.ready());
+    EXPECT_GT(host(), 0);
+    EXPECT_NE(host(), h);
+    ASSERT_EQ(b.command("open COM1:,115200,N,8,1"), "opened");
+    EXPECT_EQ(b.command("ask $02M"), "!024216");
+}
+
+TEST_F(HostProcess, ProgramsStartingTogetherShareOneHost) {
+    std::vector<std::unique_ptr<Peer>> peers;
+    for (int i = 0; i < 4; ++i) peers.push_back(std::make_unique<Peer>());
+    for (auto& p : peers) ASSERT_TRUE(p->ready());
+    const int h = host();
+    ASSERT_GT(h, 0);
+    const char* ports[] = {"COM0:", "COM1:", "COM2:"};
+    for (size_t i = 0; i < 3; ++i) EXPECT_EQ(peers[i]->command(std::string("open ") + ports[i]), "opened") << ports[i];
+    EXPECT_EQ(peers[1]->command("ask $10M"), "!10RU2");
+    for (size_t i = 0; i + 1 < peers.size(); ++i) EXPECT_EQ(peers[i]->quit(), 0);
+    EXPECT_EQ(host(), h);
+    EXPECT_EQ(peers.back()->quit(), 0);
+    EXPECT_EQ(host(), 0);
+}
+
+TEST_F(HostProcess, WithoutAHostProgramTheLibraryHostsInProcess) {
+    for (const char* choice : {"none", "/nonexistent/vexsim"}) {
+        Peer p({std::string("VEXSDK_SIM_HOST=") + choice});
+        ASSERT_TRUE(p.ready()) << choice;
+        EXPECT_EQ(host(), p.pid()) << choice;
+        EXPECT_EQ(sim::Host::host_mode(name_), "library");
+        ASSERT_EQ(p.command("open COM1:"), "opened");
+        EXPECT_EQ(p.command("ask $01M"), "!014408");
+        EXPECT_EQ(p.quit(), 0);
+        EXPECT_EQ(host(), 0);
+    }
+}
+
+TEST(HostProgram, FoundByTheVariableOrBesideTheProgram) {
+    ::setenv("VEXSDK_SIM_HOST", VEXSIM_PATH, 1);
+    EXPECT_EQ(sim::find_host_program(), VEXSIM_PATH);
+    ::setenv("VEXSDK_SIM_HOST", "none", 1);
+    EXPECT_EQ(sim::find_host_program(), "");
+    ::setenv("VEXSDK_SIM_HOST", "/etc/passwd", 1);
+    EXPECT_EQ(sim::find_host_program(), "") << "not executable";
+    ::unsetenv("VEXSDK_SIM_HOST");
+    // The test program lives in <build>/tests, vexsim in <build>.
+    EXPECT_EQ(std::filesystem::canonical(sim::find_host_program()), std::filesystem::canonical(VEXSIM_PATH));
+}
+
+}  // namespace
+}  // namespace vex::test
