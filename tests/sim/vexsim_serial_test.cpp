@@ -39,6 +39,21 @@ TEST_F(VexsimSerial, SetInputsAnalogValuesAndPulses) {
     }
 }
 
+TEST_F(VexsimSerial, PlugASerialModuleOfACatalogueKind) {
+    ProcessResult r = run_vexsim({"plug", "6", "--serial", "4401"});
+    ASSERT_EQ(r.status, 0) << r.output;
+    EXPECT_TRUE(_vex_slot_exists(6));
+    EXPECT_EQ(_vex_slot_inp(6, 0), 0xFFu);
+    EXPECT_EQ(ask_slot(6, "$00M"), "!004401");
+    EXPECT_EQ(ask_slot(6, "#00"), ">+00.000");
+    r = run_vexsim({"plug", "6", "--serial", "dio"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_TRUE(has(r.output, "'dio' is no serial module kind (4104, 4108")) << r.output;
+    EXPECT_EQ(run_vexsim({"plug", "6", "--serial", "4308", "--di", "8"}).status, 2);
+    ASSERT_EQ(run_vexsim({"unplug", "6"}).status, 0);
+    EXPECT_EQ(ask_slot(6, "$00M"), "error 0x14002");
+}
+
 TEST_F(VexsimSerial, ShowListsModulesWithTheirStateAndTraceTheExchanges) {
     const VEX_PORT com1 = open_port("COM1:");
     EXPECT_EQ(ask(com1, "@02DO8001"), "!02");

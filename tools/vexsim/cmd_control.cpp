@@ -1,6 +1,7 @@
 // vexsim set / plug / unplug.
 #include <cstdio>
 
+#include "frame/catalogue.h"
 #include "sim/serial_ports.h"
 #include "tools/vexsim/commands.h"
 
@@ -88,7 +89,7 @@ void register_control_commands(CLI::App& app) {
     p->add_flag("--readback", plug.readback, "Outputs can be read back (with module watchdog)");
     p->add_flag("--watchdog", plug.watchdog, "Module carries a watchdog");
     p->add_option("--version", plug.version, "Hardware version (0..31)");
-    p->add_option("--serial", plug.serial, "Plug a serial module of this kind instead (e.g. dio)");
+    p->add_option("--serial", plug.serial, "Plug a serial module of this catalogue kind instead (e.g. 4308, 4504P)");
     p->callback([] {
         if (!valid_channels(plug.di) || !valid_channels(plug.dout) || plug.version > 31) {
             std::fprintf(stderr, "vexsim: channel counts are 0, 4, 8, 16 or 32; versions 0..31\n");
@@ -98,6 +99,16 @@ void register_control_commands(CLI::App& app) {
         d.di_channels = static_cast<uint8_t>(plug.di);
         d.do_channels = static_cast<uint8_t>(plug.dout);
         if (!plug.serial.empty()) {
+            if (!vex::catalogue::find_serial_kind(plug.serial)) {
+                std::string kinds;
+                for (const auto& k : vex::catalogue::serial_kinds()) kinds += std::string(kinds.empty() ? "" : ", ") + k.name;
+                std::fprintf(stderr, "vexsim: '%s' is no serial module kind (%s)\n", plug.serial.c_str(), kinds.c_str());
+                std::exit(2);
+            }
+            if (plug.di || plug.dout) {
+                std::fprintf(stderr, "vexsim: a serial module's channels come from its kind; drop --di and --do\n");
+                std::exit(2);
+            }
             d.kind = vex::sim::ModuleKind::Serial;
             d.id = 0xFF;
             d.serial.kind = plug.serial;
