@@ -204,10 +204,16 @@ bool wait_until_unhosted(const std::string& instance, int timeout_ms) {
     for (;;) {
         const int pid = Host::host_pid(instance);
         if (pid == 0) return true;
-        if (ms_left(deadline) == 0) return false;
+        // An automatic host lets go of the host lock just before it ends;
+        // wait for the end itself, so that nothing of it runs afterwards.
+        const bool automatic = Host::host_mode(instance) == "auto";
         const int pidfd = pid > 0 ? open_pid(pid) : -1;
-        process_ended(pidfd, pid, static_cast<int>(std::min<int64_t>(ms_left(deadline), 50)));
+        while (Host::host_pid(instance) == pid && ms_left(deadline) > 0)
+            if (process_ended(pidfd, pid, static_cast<int>(std::min<int64_t>(ms_left(deadline), 50)))) break;
+        if (automatic && pidfd >= 0 && Host::host_pid(instance) == 0)
+            process_ended(pidfd, pid, static_cast<int>(ms_left(deadline)));
         if (pidfd >= 0) ::close(pidfd);
+        if (ms_left(deadline) == 0) return Host::host_pid(instance) == 0;
     }
 }
 

@@ -67,8 +67,8 @@ std::string find_host_program();
 // Path of the users lock of an instance (for the host's side).
 std::string users_lock_path(const std::string& instance);
 
-// Waits until nobody hosts the instance, at most `timeout_ms`; true when
-// nobody does.
+// Waits until nobody hosts the instance (and an automatic host process has
+// ended), at most `timeout_ms`; true when nobody does.
 bool wait_until_unhosted(const std::string& instance, int timeout_ms);
 
 }  // namespace vex::sim

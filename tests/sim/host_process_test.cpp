@@ -16,6 +16,7 @@
 #include "sim/host_process.h"
 #include "sim/instance.h"
 #include "tests/support/peer.h"
+#include "tests/support/sim_fixture.h"
 
 namespace vex::test {
 namespace {
@@ -53,6 +54,7 @@ protected:
     }
     void TearDown() override {
         EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000));
+        expect_clean_host_log(name_);
         sim::Instance::destroy(name_);
         EXPECT_EQ(shared_objects_with(plat::sim_object_prefix(name_)), 0) << "shared memory left behind";
         std::error_code ec;

@@ -75,6 +75,15 @@ ProcessResult run_vexctl(const std::vector<std::string>& args) {
     return run_process(argv);
 }
 
+void expect_clean_host_log(const std::string& instance) {
+    std::ifstream in(plat::instance_dir(instance) + "/host.log");
+    std::string line;
+    while (std::getline(in, line)) {
+        for (const char* bad : {"Sanitizer", "runtime error", "vexsim host: warning", "cannot"})
+            EXPECT_EQ(line.find(bad), std::string::npos) << "host of " << instance << ": " << line;
+    }
+}
+
 void SimFixture::SetUp() {
     static std::atomic<int> counter{0};
     name_ = "t" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
@@ -102,6 +111,7 @@ void SimFixture::TearDown() {
     // The last user stops the host; one that a test's own processes started
     // may still be on its way out.
     EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000)) << "the host of " << name_ << " did not stop";
+    expect_clean_host_log(name_);
     sim::Instance::destroy(name_);
     std::error_code ec;
     std::filesystem::remove_all(dir_, ec);

@@ -22,6 +22,10 @@ ProcessResult run_process(const std::vector<std::string>& argv, int timeout_ms =
 ProcessResult run_vexsim(const std::vector<std::string>& args);
 ProcessResult run_vexctl(const std::vector<std::string>& args);
 
+// Fails the test when the instance's host process reported a problem in its
+// log (a sanitizer report, a failed start), since nobody else reads it.
+void expect_clean_host_log(const std::string& instance);
+
 class SimFixture : public ::testing::Test {
 protected:
     void SetUp() override;
