@@ -7,12 +7,13 @@
 #include <cstdint>
 
 #include "platform/shared_section.h"
+#include "sim/peripheral_state.h"
 #include "sim/serial_state.h"
 
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 2;
+inline constexpr uint32_t kStateLayout = 3;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -112,6 +113,8 @@ struct State {
     TraceEntry trace[kTraceEntries];
 
     SerialPortState serial_ports[kSerialPorts];
+
+    Peripherals peripherals;   // the processor's own pages (sim/models/peripherals.cpp)
 
     // Serial modules, expansion units, bus settings and the exchange trace.
     SerialBusState serial;
