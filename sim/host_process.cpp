@@ -74,15 +74,15 @@ void signal_process(int pidfd, int pid) {
         ::kill(pid, SIGTERM);
 }
 
-// Stops a host process and waits for it to end. The signal is repeated: a
-// host that was about to start waiting for the users lock when it came
-// would otherwise wait on.
+// Stops a host process and waits for it to end (it reads stop requests
+// from a signalfd, so one signal is enough).
 void stop_host(const std::string& instance, int pid) {
     const int pidfd = open_pid(pid);
     if (Host::host_pid(instance) == pid) {
+        signal_process(pidfd, pid);
         const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
-        do signal_process(pidfd, pid);
-        while (!process_ended(pidfd, pid, 20) && ms_left(deadline) > 0);
+        while (!process_ended(pidfd, pid, static_cast<int>(ms_left(deadline))) && ms_left(deadline) > 0) {
+        }
     }
     if (pidfd >= 0) ::close(pidfd);
 }

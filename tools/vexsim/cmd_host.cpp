@@ -2,23 +2,24 @@
 // instance that nobody hosts (sim/host_process.h). It is not meant to be
 // run by hand (vexsim serve is): it hosts until the last program using the
 // instance has left, then stops.
+#include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/eventfd.h>
 #include <sys/file.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
+#include <thread>
 
 #include "sim/host.h"
 #include "sim/host_process.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
-
-volatile sig_atomic_t g_stop = 0;
-void on_signal(int) { g_stop = 1; }
 
 void notify(int fd, char what) {
     if (fd < 0) return;
@@ -39,9 +40,13 @@ int host(const std::string& name, int notify_fd) {
     }
     if (child > 0) ::_exit(0);
     ::setsid();
-    struct sigaction sa {};
-    sa.sa_handler = on_signal;  // no SA_RESTART: the wait below must end
-    for (int sig : {SIGTERM, SIGINT, SIGHUP}) ::sigaction(sig, &sa, nullptr);
+    // Stop requests are read from a descriptor, not caught by a handler:
+    // blocked before any thread starts, so every thread inherits the mask.
+    sigset_t stop;
+    sigemptyset(&stop);
+    for (int sig : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&stop, sig);
+    ::pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+    const int stop_fd = ::signalfd(-1, &stop, SFD_CLOEXEC);
     ::signal(SIGPIPE, SIG_IGN);
 
     std::string error;
@@ -66,16 +71,27 @@ int host(const std::string& name, int notify_fd) {
     std::fprintf(stderr, "vexsim host: hosting instance '%s' (pid %d)\n", name.c_str(), static_cast<int>(::getpid()));
     notify(notify_fd, 'R');
     // The exclusive lock comes when no program uses the instance any more.
-    while (!g_stop) {
-        if (::flock(users, LOCK_EX) == 0) break;
-        if (errno != EINTR) {
-            std::fprintf(stderr, "vexsim host: flock %s: %s\n", users_path.c_str(), std::strerror(errno));
-            break;
+    // flock cannot be polled, so a thread waits for it and says so on an
+    // eventfd; the main thread waits for that or a stop request.
+    const int free_fd = ::eventfd(0, EFD_CLOEXEC);
+    std::thread waiter([users, free_fd] {
+        while (::flock(users, LOCK_EX) != 0 && errno == EINTR) {
         }
+        const uint64_t one = 1;
+        if (::write(free_fd, &one, sizeof one) < 0) {
+            // An eventfd write of 1 cannot fail.
+        }
+    });
+    pollfd fds[2] = {{stop_fd, POLLIN, 0}, {free_fd, POLLIN, 0}};
+    while (::poll(fds, 2, -1) < 0 && errno == EINTR) {
     }
+    // A stop request may leave the waiter inside flock, which nothing can
+    // interrupt; the process ends under it.
+    waiter.detach();
     h.reset();  // services stop, ports go, the host lock is released
     inst.reset();
-    std::fprintf(stderr, "vexsim host: instance '%s' has no users left; stopped\n", name.c_str());
+    std::fprintf(stderr, "vexsim host: instance '%s' %s; stopped\n", name.c_str(),
+                 fds[0].revents ? "asked to stop" : "has no users left");
     ::close(users);
     return 0;
 }
