@@ -15,6 +15,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -25,6 +26,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "platform/deadline.h"
 #include "platform/system.h"
 #include "sim/instance.h"
 #include "sim/serial_ports.h"
@@ -185,14 +187,31 @@ public:
         return true;
     }
 
+    // The input purge reads the line discipline empty instead of flushing
+    // it: a non-blocking read that finds nothing first waits for the
+    // driver's pending receive work (n_tty_read flushes the port's buffer
+    // work), so it drops exactly what TCIFLUSH drops, at the cost of one
+    // system call instead of a flush (which on a pseudo-terminal also wakes
+    // and waits for the far end). The output purge asks the driver only
+    // when it still holds unsent bytes.
     bool purge(uint32_t flags) override {
-        const bool rx = (flags & kPurgeRxClear) != 0, tx = (flags & kPurgeTxClear) != 0;
-        if (!rx && !tx) return true;
-        if (rx) {
+        if (cancelled_) return false;
+        if (flags & kPurgeRxClear) {
             std::lock_guard lock(rx_mutex_);
             rx_head_ = rx_tail_ = 0;
+            for (;;) {
+                const ssize_t n = ::read(fd_, rx_, sizeof rx_);
+                if (n > 0) continue;
+                if (n < 0 && errno == EINTR) continue;
+                break;  // EAGAIN: empty; 0 or an error: hung up, nothing to drop
+            }
         }
-        return ::ioctl(fd_, TCFLSH, rx && tx ? TCIOFLUSH : rx ? TCIFLUSH : TCOFLUSH) == 0;
+        if (flags & kPurgeTxClear) {
+            int pending = 0;
+            if (::ioctl(fd_, TIOCOUTQ, &pending) == 0 && pending == 0) return true;
+            return ::ioctl(fd_, TCFLSH, TCOFLUSH) == 0;
+        }
+        return true;
     }
 
     bool queue_counts(uint32_t& input, uint32_t& output) override {
@@ -205,13 +224,13 @@ public:
     }
 
     bool drain() override {
-        const uint32_t limit = write_bound(0);
-        const uint32_t start = tick_count_ms();
+        const Deadline deadline = write_deadline(0);
         for (;;) {
             int pending = 0;
             if (cancelled_ || ::ioctl(fd_, TIOCOUTQ, &pending) != 0) return false;
             if (pending == 0) return true;
-            if (limit != kNoLimit && tick_count_ms() - start >= limit) return false;
+            if (deadline.expired()) return false;
+            // The driver does not signal an empty queue: look again in 1 ms.
             if (wait_for(POLLOUT, 1) < 0) return false;
         }
     }
@@ -219,8 +238,7 @@ public:
     bool write(const void* data, size_t size, size_t& written) override {
         written = 0;
         const auto* p = static_cast<const uint8_t*>(data);
-        const uint32_t limit = write_bound(size);
-        const uint32_t start = tick_count_ms();
+        const Deadline deadline = write_deadline(size);
         while (written < size) {
             if (cancelled_) return false;
             const ssize_t n = ::write(fd_, p + written, size - written);
@@ -232,20 +250,16 @@ public:
             if (n < 0 && errno != EAGAIN) return false;
             // The line is full: wait for room until the time-out, which cuts
             // the write short but does not fail it.
-            const int left = remaining(limit, start);
+            const int left = deadline.wait_ms();
             if (left == 0) return true;
             if (wait_for(POLLOUT, left) < 0) return false;
         }
         return true;
     }
 
-    ReadResult read_byte(uint8_t& byte) override {
-        if (take_buffered(byte)) return ReadResult::Byte;
-        ComTimeouts t;
-        get_timeouts(t);
-        const bool at_once = t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0;
-        const uint32_t limit = at_once ? 0 : bound(t.read_multiplier, t.read_constant, 1);
-        const uint32_t start = tick_count_ms();
+    ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, size_t& got) override {
+        got = 0;
+        const Deadline deadline = Deadline::in_ms(std::min(wait_ms, read_bound()));
         for (;;) {
             if (cancelled_) return ReadResult::Failed;
             {
@@ -260,11 +274,15 @@ public:
                     }
                 }
                 if (rx_head_ < rx_tail_) {
-                    byte = rx_[rx_head_++];
-                    return ReadResult::Byte;
+                    while (got < room && rx_head_ < rx_tail_) {
+                        const uint8_t b = rx_[rx_head_++];
+                        out[got++] = b;
+                        if (b == end) break;
+                    }
+                    return ReadResult::Data;
                 }
             }
-            const int left = remaining(limit, start);
+            const int left = deadline.wait_ms();
             if (left == 0) return ReadResult::TimedOut;
             if (wait_for(POLLIN, left) < 0) return ReadResult::Failed;
         }
@@ -383,25 +401,20 @@ private:
         return true;
     }
 
-    bool take_buffered(uint8_t& byte) {
-        std::lock_guard lock(rx_mutex_);
-        if (rx_head_ == rx_tail_) return false;
-        byte = rx_[rx_head_++];
-        return true;
-    }
-
-    uint32_t write_bound(size_t bytes) {
+    // How long one write of `bytes` may take.
+    Deadline write_deadline(size_t bytes) {
         std::lock_guard lock(mutex_);
-        return bound(timeouts_.write_multiplier, timeouts_.write_constant, bytes);
+        const uint32_t limit = bound(timeouts_.write_multiplier, timeouts_.write_constant, bytes);
+        return limit == kNoLimit ? Deadline::never() : Deadline::in_ms(limit);
     }
 
-    // Milliseconds left of limit since start, -1 for no limit.
-    static int remaining(uint32_t limit, uint32_t start) {
-        if (limit == kNoLimit) return -1;
-        const uint32_t spent = tick_count_ms() - start;
-        if (spent >= limit) return 0;
-        const uint32_t left = limit - spent;
-        return left > static_cast<uint32_t>(INT_MAX) ? INT_MAX : static_cast<int>(left);
+    // How long one read may wait for its first byte: 0 in the "return at
+    // once" setting, UINT32_MAX (as good as forever) without a bound.
+    uint32_t read_bound() {
+        std::lock_guard lock(mutex_);
+        const ComTimeouts& t = timeouts_;
+        if (t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0) return 0;
+        return bound(t.read_multiplier, t.read_constant, 1);
     }
 
     // Waits until the tty is ready for `what`, the time passes or cancel()
