@@ -13,6 +13,8 @@
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -87,8 +89,8 @@ uint32_t status_from_tiocm(int m) {
 
 class TtyComPort final : public ComPort {
 public:
-    TtyComPort(const std::string& device, std::string canonical, int fd, int wake)
-        : ComPort(device), canonical_(std::move(canonical)), fd_(fd), wake_(wake) {}
+    TtyComPort(const std::string& device, std::string canonical, int fd, int wake, bool has_tx_queue)
+        : ComPort(device), canonical_(std::move(canonical)), fd_(fd), wake_(wake), has_tx_queue_(has_tx_queue) {}
 
     ~TtyComPort() override {
         cancel();
@@ -193,7 +195,8 @@ public:
     // work), so it drops exactly what TCIFLUSH drops, at the cost of one
     // system call instead of a flush (which on a pseudo-terminal also wakes
     // and waits for the far end). The output purge asks the driver only
-    // when it still holds unsent bytes.
+    // when it still holds unsent bytes; a pseudo-terminal hands what is
+    // written to the far end at once and never holds any.
     bool purge(uint32_t flags) override {
         if (cancelled_) return false;
         if (flags & kPurgeRxClear) {
@@ -206,7 +209,7 @@ public:
                 break;  // EAGAIN: empty; 0 or an error: hung up, nothing to drop
             }
         }
-        if (flags & kPurgeTxClear) {
+        if ((flags & kPurgeTxClear) && has_tx_queue_) {
             int pending = 0;
             if (::ioctl(fd_, TIOCOUTQ, &pending) == 0 && pending == 0) return true;
             return ::ioctl(fd_, TCFLSH, TCOFLUSH) == 0;
@@ -257,11 +260,17 @@ public:
         return true;
     }
 
+    // With nothing read ahead, waits first and reads after: an answer is
+    // rarely there the moment its command has gone, so this spares the
+    // read that would find nothing.
     ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, size_t& got) override {
         got = 0;
         const Deadline deadline = Deadline::in_ms(std::min(wait_ms, read_bound()));
+        bool wait_first = read_ahead_empty();
         for (;;) {
             if (cancelled_) return ReadResult::Failed;
+            if (wait_first && wait_for(POLLIN, deadline.wait_ms()) < 0) return ReadResult::Failed;
+            wait_first = true;
             {
                 std::lock_guard lock(rx_mutex_);
                 if (rx_head_ == rx_tail_) {
@@ -282,10 +291,13 @@ public:
                     return ReadResult::Data;
                 }
             }
-            const int left = deadline.wait_ms();
-            if (left == 0) return ReadResult::TimedOut;
-            if (wait_for(POLLIN, left) < 0) return ReadResult::Failed;
+            if (deadline.expired()) return ReadResult::TimedOut;
         }
+    }
+
+    bool read_ahead_empty() {
+        std::lock_guard lock(rx_mutex_);
+        return rx_head_ == rx_tail_;
     }
 
     bool modem_status(uint32_t& bits) override {
@@ -430,6 +442,7 @@ private:
     const std::string canonical_;
     const int fd_;
     const int wake_;
+    const bool has_tx_queue_;  // false for pseudo-terminals
     std::atomic<bool> cancelled_{false};
 
     std::mutex mutex_;  // everything below up to the receive buffer
@@ -491,7 +504,10 @@ std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* e
     char* real = ::realpath(device.c_str(), nullptr);
     std::string canonical = real ? real : device;
     std::free(real);
-    auto port = std::make_unique<TtyComPort>(device, std::move(canonical), fd, wake);
+    // Unix 98 pseudo-terminal slaves have the majors 136..143.
+    struct stat st{};
+    const bool pty = ::fstat(fd, &st) == 0 && major(st.st_rdev) >= 136 && major(st.st_rdev) <= 143;
+    auto port = std::make_unique<TtyComPort>(device, std::move(canonical), fd, wake, !pty);
     // Opening a tty raises DTR and RTS; the model of the virtual
     // controller's ports does the same.
     port->set_line(ModemLine::Dtr, true);
