@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 

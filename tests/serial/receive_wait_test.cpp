@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 
