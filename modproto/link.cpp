@@ -53,11 +53,13 @@ Target bus_module(uint32_t port, uint32_t module_address) {
 }
 
 bool send_module_command(uint32_t port, const char* command, uint32_t command_size, char* answer,
-                         uint32_t answer_size) {
+                         uint32_t answer_size, bool* answered) {
+    if (answered) *answered = false;
     if (serial::rejected(port)) return settle(Answer::NoPort);
     // The lookup the exchange does anyway; a port that is not open fails
     // there with VEX_ERR_UART_OPEN.
     if (!uart_SendCmdExt(port, command, command_size, answer, answer_size)) return false;
+    if (answered) *answered = true;
     if (answer[0] == '>' || answer[0] == '!') return true;
     return settle(Answer::Unexpected);
 }
@@ -65,10 +67,13 @@ bool send_module_command(uint32_t port, const char* command, uint32_t command_si
 bool exchange(const Target& target, const Command& command, char* answer, uint32_t answer_size) {
     if (answer_size == 0) return false;
     answer[0] = '\0';
+    bool answered = false;
     const bool ok = target.via_slot
                         ? serial::send_slot_command(target.port, target.slot, command.text, command.size, answer,
-                                                    answer_size)
-                        : send_module_command(target.port, command.text, command.size, answer, answer_size);
+                                                    answer_size, &answered)
+                        : send_module_command(target.port, command.text, command.size, answer, answer_size,
+                                              &answered);
+    if (!answered) answer[0] = '\0';
     answer[answer_size - 1] = '\0';
     return ok;
 }

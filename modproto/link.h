@@ -44,13 +44,16 @@ Target bus_module(uint32_t port, uint32_t module_address);
 // exchanges the command (uart_SendCmdExt) and accepts only an answer that
 // begins with '>' or '!' (else VEX_ERR_UART_RESPONSE); a failed exchange
 // keeps its own code.
+// `answered`, when given, tells whether a whole answer came.
 bool send_module_command(uint32_t port, const char* command, uint32_t command_size, char* answer,
-                         uint32_t answer_size);
+                         uint32_t answer_size, bool* answered = nullptr);
 
-// One command to the target. The answer buffer (`answer_size` bytes, at
-// most kAllChannelsAnswer) always holds a terminated text afterwards,
-// empty when nothing usable came. The result is the exchange's: true for
-// an answer beginning with '>' or '!'.
+// One command to the target. The answer buffer (`answer_size` bytes)
+// always holds a terminated text afterwards: a whole answer, or nothing
+// when none came (silence, a cut or over-long answer, a bad checksum, a
+// port that went away), so that no part of a broken answer is ever
+// judged. The result is the exchange's: true for an answer beginning with
+// '>' or '!'.
 bool exchange(const Target& target, const Command& command, char* answer, uint32_t answer_size);
 
 // One command and its answer, for the families.
