@@ -16,6 +16,7 @@
 #include "platform/deadline.h"
 #include "platform/system.h"
 #include "serial/port_table.h"
+#include "serial/trace.h"
 #include "vexsdk.h"
 
 namespace vex::serial {
@@ -69,7 +70,9 @@ VEX_BOOL32 write_text(PortRecord& r, const char* text, uint32_t max) {
     size_t count = max;
     if (n <= max || (n - 1 == max && text[n - 1] == '\r')) count = n;
     size_t written = 0;
-    return r.port->write(text, count, written) ? VEX_TRUE : VEX_FALSE;
+    const bool ok = r.port->write(text, count, written);
+    trace(r.handle, TraceDirection::Sent, text, written);
+    return ok ? VEX_TRUE : VEX_FALSE;
 }
 
 // Frames a command and writes it, after discarding unsent output unless
@@ -119,6 +122,7 @@ VEX_BOOL32 read_answer(PortRecord& r, char* buffer, uint32_t size) {
         const size_t space = full ? 1 : static_cast<size_t>(room - static_cast<int64_t>(count));
         size_t got = 0;
         const plat::ReadResult result = r.port->read(into, space, end, wait.remaining_ms(), got);
+        trace(r.handle, TraceDirection::Received, into, got);
         if (result == plat::ReadResult::Failed) {
             terminate(buffer, size, count);
             return fail(VEX_ERR_UART_OPEN);
@@ -240,7 +244,9 @@ VEX_BOOL32 uart_BinSend(VEX_PORT handle, const void* data, uint32_t length) {
     if (!data && length > 0) return fail(VEX_ERR_UART_BUFFER_OVERFLOW);
     r->port->drain();
     size_t written = 0;
-    return r->port->write(data, length, written) ? VEX_TRUE : VEX_FALSE;
+    const bool ok = r->port->write(data, length, written);
+    trace(r->handle, TraceDirection::Sent, data, written);
+    return ok ? VEX_TRUE : VEX_FALSE;
 }
 
 VEX_BOOL32 uart_BinRecv(VEX_PORT handle, void* buffer, uint32_t length) {
@@ -262,6 +268,7 @@ VEX_BOOL32 uart_BinRecv(VEX_PORT handle, void* buffer, uint32_t length) {
         size_t got = 0;
         const auto result = r->port->read(want ? out + count : &spill, want ? length - count : 1,
                                           vex::plat::kNoEndByte, wait.remaining_ms(), got);
+        trace(r->handle, TraceDirection::Received, want ? out + count : &spill, got);
         if (result == vex::plat::ReadResult::Failed) return fail(VEX_ERR_UART_OPEN);
         if (result == vex::plat::ReadResult::TimedOut) {
             if (wait.expired()) return fail(VEX_ERR_UART_TIMEOUT);
