@@ -210,6 +210,29 @@ void BM_InterleavedExchanges(benchmark::State& state) {
 }
 BENCHMARK(BM_InterleavedExchanges)->UseRealTime();
 
+// The purge before a command on an idle pseudo-terminal: flushing input
+// and output, as the exchange did before, against reading the line
+// discipline empty (output needs nothing on a pseudo-terminal).
+void purge_bench(benchmark::State& state, bool flush) {
+    PtyPeer peer(PeerProtocol::Ascii);
+    const int fd = ::open(peer.slave().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) std::abort();
+    char buf[256];
+    for (auto _ : state) {
+        if (flush) {
+            ::tcflush(fd, TCIOFLUSH);  // what the exchange did before
+        } else {
+            while (::read(fd, buf, sizeof buf) > 0) {
+            }
+        }
+    }
+    ::close(fd);
+}
+void BM_PurgeByFlush(benchmark::State& state) { purge_bench(state, true); }
+BENCHMARK(BM_PurgeByFlush);
+void BM_PurgeByRead(benchmark::State& state) { purge_bench(state, false); }
+BENCHMARK(BM_PurgeByRead);
+
 void BM_RawPtySlowModule(benchmark::State& state) { raw_round_trip(state, 5000); }
 BENCHMARK(BM_RawPtySlowModule)->UseRealTime()->Iterations(200);
 
