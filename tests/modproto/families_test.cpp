@@ -179,7 +179,7 @@ TEST_F(SerialFamilies, FaultMatrix) {
         {"garbled field",
          [&](const Op& op) { peer_->reply(op.broken ? op.broken : "\x01"); },
          [](const Op& op) { return op.broken ? op.garbled : VEX_ERR_UART_RESPONSE; }},
-        {"dribbled", [&](const Op& op) { peer_->dribble(op.good, 15); }, [](const Op&) { return 0u; }},
+        {"dribbled", [&](const Op& op) { peer_->dribble(op.good, 10); }, [](const Op&) { return 0u; }},
         {"too long", [&](const Op&) { peer_->reply(">" + std::string(40, '1')); },
          [](const Op&) { return VEX_ERR_UART_RESPONSE; }},
     };

@@ -23,8 +23,9 @@ protected:
         pty_->map_as(L"COM5");
         port_ = uart_OpenEx("COM5:,115200,N,8,1");
         ASSERT_NE(port_, VEX_INVALID_PORT);
-        // Short silences keep the misbehaving cases quick.
-        ASSERT_TRUE(uart_SetTimeOut(port_, 60, 0));
+        // Short silences keep the misbehaving cases quick (but long enough
+        // for a dribbling module on a loaded machine).
+        ASSERT_TRUE(uart_SetTimeOut(port_, 150, 0));
         peer_ = std::make_unique<ModulePeer>(*pty_);
         for (uint32_t s = 0; s < vex_GetSlotCount(); ++s) {
             const uint32_t id = _vex_slot_inp(s, 0);
