@@ -25,5 +25,6 @@
 #include "vexsdk/registry.h"
 #include "vexsdk/serial.h"
 #include "vexsdk/io.h"
+#include "vexsdk/modules.h"
 
 #endif /* VEXSDK_H */
