@@ -12,7 +12,8 @@
 // Outputs accept values within the kind's range ("?AA" otherwise), answer
 // '>' and read back "!AA" + "%+07.3f". "$AA4N" (or "$AAS" on the kinds that
 // use it) keeps the present output as power-on value, "~AA5N" as safe
-// value; "$AA7N" / "~AA7N" and "~AA4N" read them. While the host watchdog
+// value; "$AA7N" / "~AA7N" and "~AA4N" read them (through an expansion unit
+// the power-on value comes as a count, like an input in the count format). While the host watchdog
 // has run out the outputs stay at their safe values and a write is refused
 // with "!" alone.
 #include <cmath>
@@ -30,6 +31,15 @@ std::string engineering(float v) {
     return buf;
 }
 
+// A value as a 16-bit count: the larger end of the kind's range is 0x7FFF.
+std::string count(float v, const catalogue::SerialKind& k) {
+    const double full = std::max(std::fabs(static_cast<double>(k.range_low)), std::fabs(static_cast<double>(k.range_high)));
+    const long n = std::lround(static_cast<double>(v) / full * 32767.0);
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "%04X", static_cast<unsigned>(n) & 0xFFFFu);
+    return buf;
+}
+
 std::string ai_value(const Exec& x, int channel) {
     const catalogue::SerialKind& k = x.kind;
     const float v = x.m.ai[channel];
@@ -37,11 +47,7 @@ std::string ai_value(const Exec& x, int channel) {
     if (x.m.format == static_cast<uint8_t>(SerialFormat::Hex)) {
         if (under) return "8000";
         if (over) return "7FFF";
-        const double full = std::max(std::fabs(static_cast<double>(k.range_low)), std::fabs(static_cast<double>(k.range_high)));
-        const long count = std::lround(static_cast<double>(v) / full * 32767.0);
-        char buf[8];
-        std::snprintf(buf, sizeof buf, "%04X", static_cast<unsigned>(count) & 0xFFFFu);
-        return buf;
+        return count(v, k);
     }
     if (under) return "-0000";
     if (over) return "+9999";
@@ -92,7 +98,8 @@ std::string ao_power_on_read(Exec& x, const Request& r) {
     if (ch < 0 || x.kind.ao_power_on_read == catalogue::AoPowerOnRead::None ||
         !catalogue::has_variant_mark(name, x.kind.ao_power_on_variant))
         return refuse(x.echo);
-    return ack(x.echo) + engineering(x.m.ao_power_on[ch]);
+    // Through an expansion unit the value comes as a count.
+    return ack(x.echo) + (r.via_unit ? count(x.m.ao_power_on[ch], x.kind) : engineering(x.m.ao_power_on[ch]));
 }
 
 std::string ao_power_on_set(Exec& x, const Request& r) {

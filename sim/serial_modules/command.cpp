@@ -286,6 +286,12 @@ std::optional<UnitSlot> split_unit_slot(std::string_view body) {
     return UnitSlot{static_cast<uint8_t>(slot), body.substr(2)};
 }
 
+namespace {
+
+Request decode_unit_rest(char prefix, std::string_view rest, const Shape& shape);
+
+}  // namespace
+
 Request decode(char prefix, std::string_view body, const Shape& shape) {
     for (const PrefixDecoder& d : kDecoders) {
         if (d.prefix == prefix) return d.decode(body, shape);
@@ -294,6 +300,15 @@ Request decode(char prefix, std::string_view body, const Shape& shape) {
 }
 
 Request decode_unit(char prefix, std::string_view rest, const Shape& shape) {
+    Request r = decode_unit_rest(prefix, rest, shape);
+    r.via_unit = true;
+    return r;
+}
+
+namespace {
+
+// The rest of a unit-slot command, for the module in that slot.
+Request decode_unit_rest(char prefix, std::string_view rest, const Shape& shape) {
     int channel = -1;
     Request r;
     switch (prefix) {
@@ -347,4 +362,5 @@ Request decode_unit(char prefix, std::string_view rest, const Shape& shape) {
     }
 }
 
+}  // namespace
 }  // namespace vex::sim::serial

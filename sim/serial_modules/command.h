@@ -74,6 +74,7 @@ struct Request {
     char which = 0;            // LatchRead '0'/'1'; DoValuesRead/DoValueStore 'P', 'S' (0: both)
     bool enable = false;       // WdtConfigSet
     uint8_t timeout = 0;       // WdtConfigSet
+    bool via_unit = false;     // came through an expansion unit's slot field
 };
 
 // A command split at its address.

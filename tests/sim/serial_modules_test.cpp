@@ -142,7 +142,7 @@ TEST_F(SerialModules, AnalogOutputsWithPowerOnAndSafeValues) {
     EXPECT_EQ(ask(com1_, "#10S1C0+04.000"), ">");
     EXPECT_EQ(ask(com1_, "$10S1C06"), "!10+04.000");
     EXPECT_EQ(ask(com1_, "$10S1C04"), "!10");
-    EXPECT_EQ(ask(com1_, "$10S1C07"), "!10+04.000");
+    EXPECT_EQ(ask(com1_, "$10S1C07"), "!101999") << "through the unit as a count: 4 mA of 20";
     EXPECT_EQ(ask(com1_, "#10S1C0+21.000"), "?10") << "0 to 20 mA";
 }
 
