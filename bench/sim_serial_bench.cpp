@@ -1,28 +1,33 @@
-// How fast the virtual controller's serial modules answer: one exchange
-// with module 01 of the built-in controller's COM1: ("$01M" -> "!014408"),
-// against the bare pseudo-terminal round trip of the same bytes with a peer
-// that answers at once without looking at them.
+// How fast the virtual controller's serial modules answer, against the bare
+// pseudo-terminal round trip of the same bytes with a peer that answers at
+// once without looking at them (bench/pty_peer.h).
 //
-//   BM_SimPtyEchoRoundTrip     write, a thread echoes the answer, read it (baseline)
-//   BM_SimModuleRawRoundTrip   the same bytes to the virtual controller's module
-//   BM_SimModuleSendCmd        the same exchange through uart_SendCmd
-//
-// The caller runs on one processor, the answering side (peer thread, or
-// every thread of the host process) on another, so that rounds agree.
+// BM_SimInterleavedExchanges runs, in every iteration and in turn:
+//   echo     write "$01M\r" to a pseudo-terminal, a pinned thread answers
+//            "!00FF00\r", read it (the baseline)
+//   module   the same bytes to module 01 of the virtual controller's COM1:
+//            ("!014408\r"), raw reads and writes
+//   sendcmd  the same exchange through uart_SendCmd
+//   readdi   vex_ReadDI_MF of the serial module in local slot 3 (slot
+//            select, "@00DI" on COM0:)
+// and reports each one's mean time and its ratio to the echo. Interleaving
+// keeps the ratios of one run comparable on a busy machine: all four see
+// the same load. The caller runs on one processor, the echo thread and
+// every thread of the virtual controller's host process on another.
 #include <benchmark/benchmark.h>
 #include <dirent.h>
 #include <fcntl.h>
-#include <pthread.h>
 #include <sched.h>
 #include <termios.h>
+#include <time.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdlib>
+#include <cwchar>
 #include <string>
-#include <thread>
 
 #include "bench/bench_targets.h"
+#include "bench/pty_peer.h"
 #include "platform/target.h"
 #include "sim/host.h"
 #include "vexsdk.h"
@@ -30,35 +35,19 @@
 namespace {
 
 constexpr char kFrame[] = "$01M\r";
-constexpr char kAnswer[] = "!014408\r";
 
-// Two processors to keep the caller and the answering side apart; none
-// when the machine has only one.
-bool two_cpus(int& caller, int& peer) {
-    cpu_set_t set;
-    if (sched_getaffinity(0, sizeof set, &set) != 0) return false;
-    int found = 0;
-    for (int c = 0; c < CPU_SETSIZE && found < 2; ++c) {
-        if (!CPU_ISSET(c, &set)) continue;
-        (found++ == 0 ? caller : peer) = c;
-    }
-    return found == 2;
-}
-
-void pin(pid_t tid, int cpu) {
+// Pins every thread of a process (best effort: an unpinned run is only
+// noisier).
+void pin_process(int pid, int cpu) {
+    if (pid <= 0) return;
     cpu_set_t set;
     CPU_ZERO(&set);
     CPU_SET(cpu, &set);
-    sched_setaffinity(tid, sizeof set, &set);  // best effort: an unpinned run is only noisier
-}
-
-// Pins every thread of a process.
-void pin_process(int pid, int cpu) {
     const std::string dir = "/proc/" + std::to_string(pid) + "/task";
     DIR* d = ::opendir(dir.c_str());
     if (!d) return;
     while (dirent* e = ::readdir(d)) {
-        if (e->d_name[0] != '.') pin(static_cast<pid_t>(std::atoi(e->d_name)), cpu);
+        if (e->d_name[0] != '.') sched_setaffinity(static_cast<pid_t>(std::atoi(e->d_name)), sizeof set, &set);
     }
     ::closedir(d);
 }
@@ -72,80 +61,81 @@ int open_raw(const std::string& path) {
     return fd;
 }
 
-void round_trip(int fd) {
-    if (::write(fd, kFrame, sizeof kFrame - 1) != static_cast<ssize_t>(sizeof kFrame - 1)) std::abort();
+bool round_trip(int fd) {
+    if (::write(fd, kFrame, sizeof kFrame - 1) != static_cast<ssize_t>(sizeof kFrame - 1)) return false;
     char buf[64];
     size_t got = 0;
     while (got == 0 || buf[got - 1] != '\r') {
         const ssize_t n = ::read(fd, buf + got, sizeof buf - got);
-        if (n <= 0) std::abort();
+        if (n <= 0) return false;
         got += static_cast<size_t>(n);
     }
-    benchmark::DoNotOptimize(buf);
+    return true;
 }
 
-// The virtual controller's COM1: device, from the registry.
-std::string com1_device() {
-    wchar_t path[256] = {};
-    if (!vex_RegGetString(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ports\\COM1", path, sizeof path)) std::abort();
-    return std::string(path, path + wcslen(path));
+double wall_s() {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
-// Uses a private virtual controller and pins its host's threads.
-void use_sim_pinned() {
-    vex::bench::use_sim();
-    int caller = 0, peer = 0;
-    if (!two_cpus(caller, peer)) return;
-    pin(0, caller);
-    pin_process(vex::sim::Host::host_pid(vex::plat::target().instance), peer);
-}
-
-void BM_SimPtyEchoRoundTrip(benchmark::State& state) {
-    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    char name[PATH_MAX];
-    if (master < 0 || ::grantpt(master) != 0 || ::unlockpt(master) != 0 || ::ptsname_r(master, name, sizeof name) != 0)
-        std::abort();
-    const int fd = open_raw(name);
-    int caller = 0, peer_cpu = 0;
-    const bool pinned = two_cpus(caller, peer_cpu);
-    std::thread peer([&] {
-        if (pinned) pin(0, peer_cpu);
-        char buf[64];
-        for (;;) {
-            const ssize_t n = ::read(master, buf, sizeof buf);
-            if (n <= 0 || buf[0] == 'Q') return;
-            if (buf[n - 1] == '\r' && ::write(master, kAnswer, sizeof kAnswer - 1) < 0) return;
-        }
-    });
-    if (pinned) pin(0, caller);
-    for (auto _ : state) round_trip(fd);
-    if (::write(fd, "Q\r", 2) != 2) std::abort();
-    peer.join();
-    ::close(fd);
-    ::close(master);
-}
-BENCHMARK(BM_SimPtyEchoRoundTrip)->UseRealTime();
-
-void BM_SimModuleRawRoundTrip(benchmark::State& state) {
-    use_sim_pinned();
-    const int fd = open_raw(com1_device());
-    for (auto _ : state) round_trip(fd);
-    ::close(fd);
-    vex::bench::release();
-}
-BENCHMARK(BM_SimModuleRawRoundTrip)->UseRealTime();
-
-void BM_SimModuleSendCmd(benchmark::State& state) {
-    use_sim_pinned();
-    const VEX_PORT port = uart_OpenEx("COM1:,115200,N,8,1");
-    if (port == VEX_INVALID_PORT) std::abort();
-    char answer[VEX_UART_BUFFER_SIZE];
-    for (auto _ : state) {
-        if (!uart_SendCmd(port, "$01M", answer)) state.SkipWithError("exchange failed");
+struct Timed {
+    double wall = 0;
+    template <typename F>
+    bool run(F exchange) {
+        const double t = wall_s();
+        const bool ok = exchange();
+        wall += wall_s() - t;
+        return ok;
     }
-    uart_Close(port);
+};
+
+void BM_SimInterleavedExchanges(benchmark::State& state) {
+    vex::bench::use_sim();
+    {
+        vex::bench::ScopedPin pin(vex::bench::caller_cpu());
+        pin_process(vex::sim::Host::host_pid(vex::plat::target().instance), vex::bench::peer_cpu());
+        vex::bench::PtyPeer echo_peer(vex::bench::PeerProtocol::Ascii);
+        const int echo_fd = open_raw(echo_peer.slave());
+        wchar_t path[256] = {};
+        if (!vex_RegGetString(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ports\\COM1", path, sizeof path)) std::abort();
+        // The raw descriptor first: the library's open then makes the port
+        // exclusive, which keeps later openers out, not earlier ones. The
+        // two never talk at the same time.
+        const int raw_fd = open_raw(std::string(path, path + std::wcslen(path)));
+        const VEX_PORT port = uart_OpenEx("COM1:,115200,N,8,1");
+        const VEX_PORT com0 = uart_OpenEx("COM0:,115200,N,8,1");
+        if (port == VEX_INVALID_PORT || com0 == VEX_INVALID_PORT) std::abort();
+        Timed echo, module, sendcmd, readdi;
+        char answer[VEX_UART_BUFFER_SIZE];
+        uint32_t di = 0;
+        for (auto _ : state) {
+            const bool ok = echo.run([&] { return round_trip(echo_fd); }) &&
+                            module.run([&] { return round_trip(raw_fd); }) &&
+                            sendcmd.run([&] { return uart_SendCmd(port, "$01M", answer) != 0; }) &&
+                            readdi.run([&] { return vex_ReadDI_MF(com0, 3, 8, &di) != 0; });
+            if (!ok) {
+                state.SkipWithError("exchange failed");
+                break;
+            }
+        }
+        const auto n = static_cast<double>(state.iterations());
+        if (n > 0) {
+            state.counters["echo_us"] = echo.wall / n * 1e6;
+            state.counters["module_us"] = module.wall / n * 1e6;
+            state.counters["sendcmd_us"] = sendcmd.wall / n * 1e6;
+            state.counters["readdi_us"] = readdi.wall / n * 1e6;
+            state.counters["module_x_echo"] = module.wall / echo.wall;
+            state.counters["sendcmd_x_echo"] = sendcmd.wall / echo.wall;
+            state.counters["readdi_x_echo"] = readdi.wall / echo.wall;
+        }
+        uart_Close(port);
+        uart_Close(com0);
+        ::close(raw_fd);
+        ::close(echo_fd);
+    }
     vex::bench::release();
 }
-BENCHMARK(BM_SimModuleSendCmd)->UseRealTime();
+BENCHMARK(BM_SimInterleavedExchanges)->UseRealTime();
 
 }  // namespace
