@@ -147,18 +147,21 @@ bool Instance::power_cycle(std::string* error) {
     auto d = description(error);
     if (!d) return false;
     FileLock creating(plat::instance_dir(name_) + "/create.lock");
+    SerialPortState ports[kSerialPorts];
     state_->lock.lock();
     state_->magic = 0;
+    std::memcpy(ports, state_->serial_ports, sizeof ports);
     state_->lock.unlock();
-    power_up(*d);
+    power_up(*d, ports);
     return write_registry_presets(plat::instance_dir(name_) + "/registry.db", *d);
 }
 
-void Instance::power_up(const Description& d) {
+void Instance::power_up(const Description& d, const SerialPortState* keep_ports) {
     State& s = *state_;
     // Callers hold the creation lock, so nobody else initialises; processes
     // already attached keep using the (re-initialised) lock.
     std::memset(static_cast<void*>(&s), 0, sizeof s);
+    if (keep_ports) std::memcpy(s.serial_ports, keep_ports, sizeof s.serial_ports);
     s.lock.init();
     s.layout = kStateLayout;
     s.size = sizeof(State);

@@ -67,7 +67,9 @@ private:
         State& s_;
     };
     Instance(std::string name, std::unique_ptr<plat::SharedSection> section);
-    void power_up(const Description& d);
+    // `keep_ports`: the host's published COM ports, kept across a power
+    // cycle (the host and its pseudo-terminals stay); null on a fresh state.
+    void power_up(const Description& d, const SerialPortState* keep_ports = nullptr);
     void trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now);
 
     std::string name_;

@@ -68,6 +68,8 @@ TEST_F(SimInstance, PowerCycleStartsAfresh) {
     EXPECT_EQ(sim().read8(0x9010), 0x00);
     EXPECT_EQ(sim().read8(0x1000), 0x2F) << "the described module is back";
     EXPECT_NE(sim().state().generation, generation);
+    EXPECT_GE(sim().with_lock([](vex::sim::State& s) { return vex::sim::serial_port_by_name(s, "COM1:"); }), 0)
+        << "the host's ports stay published: the host did not restart";
 }
 
 TEST_F(SimInstance, OutOfWindowAccessesFloat) {
