@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -150,6 +151,12 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
     int pipefd[2];
     if (::pipe2(pipefd, O_CLOEXEC) != 0) return fail(std::string("pipe2: ") + std::strerror(errno));
     const std::string log = plat::instance_dir(instance) + "/host.log";
+    // Each host adds a few lines; an instance that lives for years keeps
+    // the latest ones only.
+    struct stat st {};
+    if (::stat(log.c_str(), &st) == 0 && st.st_size > 256 * 1024 && ::truncate(log.c_str(), 0) != 0) {
+        // A log that stays long harms nothing.
+    }
     // The host reports on fd 3: 'R' when it hosts, 'B' when another host
     // came first; nothing (end of file) when it failed.
     posix_spawn_file_actions_t actions;

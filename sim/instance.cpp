@@ -110,7 +110,7 @@ std::optional<Description> Instance::description(std::string* error) const {
     return default_description();
 }
 
-std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string* error) {
+std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string* error, bool replace_foreign) {
     auto fail = [&](const std::string& why) -> std::unique_ptr<Instance> {
         if (error) *error = why;
         return nullptr;
@@ -128,6 +128,9 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
     std::unique_ptr<Instance> inst(new Instance(name, std::move(section)));
     State& s = inst->state();
     const bool foreign = s.magic == kStateMagic && (s.layout != kStateLayout || s.size != sizeof(State));
+    if (foreign && !replace_foreign)
+        return fail("instance '" + name + "' was made by an incompatible build (state layout " +
+                    std::to_string(s.layout) + ", this build " + std::to_string(kStateLayout) + ")");
     if (foreign && Host::host_pid(name) != 0)
         return fail("instance '" + name + "' is hosted by a program of an incompatible build; stop it first");
     // A state nobody finished, or one an older build left behind with nobody

@@ -17,8 +17,12 @@ class Instance {
 public:
     // Attaches to the named instance. When it does not exist yet (or its
     // state was never finished), creates it and powers it up from
-    // <instance dir>/description.toml, or the built-in default.
-    static std::unique_ptr<Instance> attach(const std::string& name, std::string* error);
+    // <instance dir>/description.toml, or the built-in default. A state left
+    // by an incompatible build is replaced when nobody hosts it, unless
+    // `replace_foreign` is false (a host process started for its users
+    // must not pull the state from under them).
+    static std::unique_ptr<Instance> attach(const std::string& name, std::string* error,
+                                            bool replace_foreign = true);
     // Removes an instance completely: its shared memory and its directory.
     static bool destroy(const std::string& name);
     // Powers the instance up again from its description: registers, modules

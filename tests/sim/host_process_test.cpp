@@ -137,6 +137,22 @@ TEST_F(HostProcess, WithoutAHostProgramTheLibraryHostsInProcess) {
     }
 }
 
+TEST_F(HostProcess, AHostOfAnotherBuildLeavesTheStateAlone) {
+    std::string error;
+    {
+        auto inst = sim::Instance::attach(name_, &error);
+        ASSERT_TRUE(inst) << error;
+        inst->state().layout = sim::kStateLayout + 1;  // as another build would have made it
+    }
+    // Run by hand, its output comes here (the forked host keeps the pipe).
+    const ProcessResult r = run_vexsim({"host", "-i", name_});
+    EXPECT_EQ(r.status, 0) << "the started process only forks the host off";
+    EXPECT_NE(r.output.find("was made by an incompatible build"), std::string::npos) << r.output;
+    EXPECT_EQ(host(), 0);
+    auto inst = sim::Instance::attach(name_, &error, false);
+    EXPECT_FALSE(inst) << "the state is as it was";
+}
+
 TEST(HostProgram, FoundByTheVariableOrBesideTheProgram) {
     ::setenv("VEXSDK_SIM_HOST", VEXSIM_PATH, 1);
     EXPECT_EQ(sim::find_host_program(), VEXSIM_PATH);

@@ -50,7 +50,8 @@ int host(const std::string& name, int notify_fd) {
     ::signal(SIGPIPE, SIG_IGN);
 
     std::string error;
-    auto inst = vex::sim::Instance::attach(name, &error);
+    // The users made the state; a host of another build must not replace it.
+    auto inst = vex::sim::Instance::attach(name, &error, false);
     if (!inst) {
         std::fprintf(stderr, "vexsim host: %s\n", error.c_str());
         return 1;
