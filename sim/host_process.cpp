@@ -20,6 +20,7 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/deadline.h"
 #include "platform/system.h"
 #include "platform/target.h"
 #include "sim/host.h"
@@ -30,11 +31,6 @@ namespace vex::sim {
 namespace {
 
 constexpr int kWaitMs = 10000;
-
-int64_t ms_left(uint64_t deadline_ns) {
-    const uint64_t now = plat::monotonic_ns();
-    return now >= deadline_ns ? 0 : static_cast<int64_t>((deadline_ns - now) / 1000000u);
-}
 
 bool executable(const std::string& path) { return !path.empty() && ::access(path.c_str(), X_OK) == 0; }
 
@@ -81,8 +77,8 @@ void stop_host(const std::string& instance, int pid) {
     const int pidfd = open_pid(pid);
     if (Host::host_pid(instance) == pid) {
         signal_process(pidfd, pid);
-        const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
-        while (!process_ended(pidfd, pid, static_cast<int>(ms_left(deadline))) && ms_left(deadline) > 0) {
+        const plat::Deadline deadline = plat::Deadline::in_ms(kWaitMs);
+        while (!process_ended(pidfd, pid, deadline.wait_ms()) && !deadline.expired()) {
         }
     }
     if (pidfd >= 0) ::close(pidfd);
@@ -101,9 +97,9 @@ std::unique_ptr<HostUser> HostUser::join(const std::string& instance, std::strin
     }
     // Only a host winding down holds the lock exclusively, for as long as
     // it takes its services to stop.
-    const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
+    const plat::Deadline deadline = plat::Deadline::in_ms(kWaitMs);
     while (::flock(fd, LOCK_SH | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || ms_left(deadline) == 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.expired()) {
             if (error) *error = "flock " + path + ": " + (errno == EWOULDBLOCK ? "a host does not stop" : std::strerror(errno));
             ::close(fd);
             return nullptr;
@@ -191,9 +187,9 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
     }
     char answer = 0;
     pollfd p{pipefd[0], POLLIN, 0};
-    const uint64_t deadline = plat::monotonic_ns() + kWaitMs * 1000000ull;
+    const plat::Deadline deadline = plat::Deadline::in_ms(kWaitMs);
     int got = 0;
-    while ((got = ::poll(&p, 1, static_cast<int>(ms_left(deadline)))) < 0 && errno == EINTR) {
+    while ((got = ::poll(&p, 1, deadline.wait_ms())) < 0 && errno == EINTR) {
     }
     const bool answered = got > 0 && ::read(pipefd[0], &answer, 1) == 1;
     ::close(pipefd[0]);
@@ -207,7 +203,7 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
 }
 
 bool wait_until_unhosted(const std::string& instance, int timeout_ms) {
-    const uint64_t deadline = plat::monotonic_ns() + static_cast<uint64_t>(timeout_ms) * 1000000ull;
+    const plat::Deadline deadline = plat::Deadline::in_ms(static_cast<uint32_t>(std::max(timeout_ms, 0)));
     for (;;) {
         const int pid = Host::host_pid(instance);
         if (pid == 0) return true;
@@ -215,12 +211,11 @@ bool wait_until_unhosted(const std::string& instance, int timeout_ms) {
         // wait for the end itself, so that nothing of it runs afterwards.
         const bool automatic = Host::host_mode(instance) == "auto";
         const int pidfd = pid > 0 ? open_pid(pid) : -1;
-        while (Host::host_pid(instance) == pid && ms_left(deadline) > 0)
-            if (process_ended(pidfd, pid, static_cast<int>(std::min<int64_t>(ms_left(deadline), 50)))) break;
-        if (automatic && pidfd >= 0 && Host::host_pid(instance) == 0)
-            process_ended(pidfd, pid, static_cast<int>(ms_left(deadline)));
+        while (Host::host_pid(instance) == pid && !deadline.expired())
+            if (process_ended(pidfd, pid, std::min(deadline.wait_ms(), 50))) break;
+        if (automatic && pidfd >= 0 && Host::host_pid(instance) == 0) process_ended(pidfd, pid, deadline.wait_ms());
         if (pidfd >= 0) ::close(pidfd);
-        if (ms_left(deadline) == 0) return Host::host_pid(instance) == 0;
+        if (deadline.expired()) return Host::host_pid(instance) == 0;
     }
 }
 

@@ -5,7 +5,12 @@
 // watchdog), slot 7 a 4504P (4 AO); COM1: 01 a 4408 (8 AI), 02 a 4216
 // (16 DO), unit 10 with a 4116 (16 DI, counters) in slot 0 and a 4502
 // (2 AO) in slot 1.
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+
 #include <chrono>
+#include <cwchar>
 
 #include "tests/sim/serial_fixture.h"
 
@@ -144,6 +149,47 @@ TEST_F(SerialModules, AnalogOutputsWithPowerOnAndSafeValues) {
     EXPECT_EQ(ask(com1_, "$10S1C04"), "!10");
     EXPECT_EQ(ask(com1_, "$10S1C07"), "!101999") << "through the unit as a count: 4 mA of 20";
     EXPECT_EQ(ask(com1_, "#10S1C0+21.000"), "?10") << "0 to 20 mA";
+}
+
+// Bytes straight on the line, without the library: several commands in one
+// write, one command in pieces, noise, an over-long line, a wrong
+// terminator.
+TEST_F(SerialModules, RawBytesOnTheLine) {
+    ASSERT_TRUE(uart_Close(com1_));
+    wchar_t path[256] = {};
+    ASSERT_TRUE(vex_RegGetString(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ports\\COM1", path, sizeof path));
+    const int fd = ::open(std::string(path, path + std::wcslen(path)).c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_GE(fd, 0);
+    termios t{};
+    ASSERT_EQ(::tcgetattr(fd, &t), 0);
+    ::cfmakeraw(&t);
+    ASSERT_EQ(::tcsetattr(fd, TCSANOW, &t), 0);
+    auto put = [&](const std::string& bytes) { ASSERT_EQ(::write(fd, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size())); };
+    // Everything that arrives until the line has been quiet for 150 ms.
+    auto take = [&] {
+        std::string got;
+        pollfd p{fd, POLLIN, 0};
+        char buf[256];
+        while (::poll(&p, 1, 150) > 0) {
+            const ssize_t n = ::read(fd, buf, sizeof buf);
+            if (n <= 0) break;
+            got.append(buf, static_cast<size_t>(n));
+        }
+        return got;
+    };
+    put("$01M\r$02M\r");
+    EXPECT_EQ(take(), "!014408\r!024216\r");
+    for (char c : std::string("$01M\r")) put(std::string(1, c));
+    EXPECT_EQ(take(), "!014408\r");
+    put(std::string("\0\xFF", 2) + "$01M\r");
+    EXPECT_EQ(take(), "") << "noise makes the command nobody's";
+    put(std::string(300, 'x') + "\r$02M\r");
+    EXPECT_EQ(take(), "!024216\r") << "an over-long line is thrown away, the next one heard";
+    put("$01M\n");
+    EXPECT_EQ(take(), "");
+    put("\r");
+    EXPECT_EQ(take(), "?01\r") << "the line feed became part of the command";
+    ::close(fd);
 }
 
 TEST_F(SerialModules, OnlyTheSelectedSlotAnswersOnTheInternalPort) {
