@@ -212,6 +212,61 @@ struct PrefixDecoder {
 constexpr PrefixDecoder kDecoders[] = {
     {'#', decode_hash}, {'$', decode_dollar}, {'@', decode_at}, {'~', decode_tilde}};
 
+// The rest of a unit-slot command, for the module in that slot.
+Request decode_unit_rest(char prefix, std::string_view rest, const Shape& shape) {
+    int channel = -1;
+    Request r;
+    switch (prefix) {
+    case '#':
+        if (rest.empty()) return make(shape.ai > 0 ? Op::AiReadAll : Op::Unknown);
+        if (rest.substr(0, 2) == "00" && (rest.size() == 4 || rest.size() == 6))
+            return do_write(rest.substr(2), Dialect::Plain, shape);
+        if (rest[0] != 'C') return {};
+        if (short_channel(rest.substr(1), channel)) {
+            if (shape.ai > 0) return make(Op::AiRead, Dialect::Plain, channel);
+            if (shape.counters > 0) return make(Op::CounterRead, Dialect::Plain, channel);
+            return {};
+        }
+        if (shape.ao > 0 && rest.size() > 2 && short_channel(rest.substr(1, 1), channel) &&
+            (rest[2] == '+' || rest[2] == '-')) {
+            r = make(Op::AoWrite, Dialect::Plain, channel);
+            return parse_decimal(rest.substr(2), r.analog) ? r : Request{};
+        }
+        return {};
+    case '@':
+        return rest.size() == 8 ? do_write(rest, Dialect::Plain, shape) : Request{};
+    case '$':
+        if (rest == "6") return (shape.di > 0 || shape.dout > 0) ? make(Op::DioRead, Dialect::Dollar) : Request{};
+        if (rest.size() == 2 && rest[0] == 'L' && (rest[1] == '0' || rest[1] == '1') && shape.latches) {
+            r = make(Op::LatchRead);
+            r.which = rest[1];
+            return r;
+        }
+        if (rest == "C") return shape.latches ? make(Op::LatchClear) : Request{};
+        if (rest.empty() || rest[0] != 'C') return {};
+        if (shape.counters > 0 && short_channel(rest.substr(1), channel))
+            return make(Op::CounterClear, Dialect::Plain, channel);
+        if (shape.ao > 0 && rest.size() >= 3 && short_channel(rest.substr(1, rest.size() - 2), channel)) {
+            switch (rest.back()) {
+            case '6': return make(Op::AoRead, Dialect::Plain, channel);
+            case '7': return make(Op::AoPowerOnRead, Dialect::Plain, channel);
+            case '4': return make(Op::AoPowerOnSet, Dialect::Plain, channel);
+            default: return {};
+            }
+        }
+        return {};
+    case '~':
+        if (shape.dout > 0 && rest.size() == 2 && (rest[0] == '4' || rest[0] == '5') &&
+            which_value(rest.substr(1), r.which)) {
+            r.op = rest[0] == '4' ? Op::DoValuesRead : Op::DoValueStore;
+            return r;
+        }
+        return {};
+    default:
+        return {};
+    }
+}
+
 }  // namespace
 
 Shape shape_of(const catalogue::SerialKind& k) {
@@ -286,12 +341,6 @@ std::optional<UnitSlot> split_unit_slot(std::string_view body) {
     return UnitSlot{static_cast<uint8_t>(slot), body.substr(2)};
 }
 
-namespace {
-
-Request decode_unit_rest(char prefix, std::string_view rest, const Shape& shape);
-
-}  // namespace
-
 Request decode(char prefix, std::string_view body, const Shape& shape) {
     for (const PrefixDecoder& d : kDecoders) {
         if (d.prefix == prefix) return d.decode(body, shape);
@@ -305,62 +354,4 @@ Request decode_unit(char prefix, std::string_view rest, const Shape& shape) {
     return r;
 }
 
-namespace {
-
-// The rest of a unit-slot command, for the module in that slot.
-Request decode_unit_rest(char prefix, std::string_view rest, const Shape& shape) {
-    int channel = -1;
-    Request r;
-    switch (prefix) {
-    case '#':
-        if (rest.empty()) return make(shape.ai > 0 ? Op::AiReadAll : Op::Unknown);
-        if (rest.substr(0, 2) == "00" && (rest.size() == 4 || rest.size() == 6))
-            return do_write(rest.substr(2), Dialect::Plain, shape);
-        if (rest[0] != 'C') return {};
-        if (short_channel(rest.substr(1), channel)) {
-            if (shape.ai > 0) return make(Op::AiRead, Dialect::Plain, channel);
-            if (shape.counters > 0) return make(Op::CounterRead, Dialect::Plain, channel);
-            return {};
-        }
-        if (shape.ao > 0 && rest.size() > 2 && short_channel(rest.substr(1, 1), channel) &&
-            (rest[2] == '+' || rest[2] == '-')) {
-            r = make(Op::AoWrite, Dialect::Plain, channel);
-            return parse_decimal(rest.substr(2), r.analog) ? r : Request{};
-        }
-        return {};
-    case '@':
-        return rest.size() == 8 ? do_write(rest, Dialect::Plain, shape) : Request{};
-    case '$':
-        if (rest == "6") return (shape.di > 0 || shape.dout > 0) ? make(Op::DioRead, Dialect::Dollar) : Request{};
-        if (rest.size() == 2 && rest[0] == 'L' && (rest[1] == '0' || rest[1] == '1') && shape.latches) {
-            r = make(Op::LatchRead);
-            r.which = rest[1];
-            return r;
-        }
-        if (rest == "C") return shape.latches ? make(Op::LatchClear) : Request{};
-        if (rest.empty() || rest[0] != 'C') return {};
-        if (shape.counters > 0 && short_channel(rest.substr(1), channel))
-            return make(Op::CounterClear, Dialect::Plain, channel);
-        if (shape.ao > 0 && rest.size() >= 3 && short_channel(rest.substr(1, rest.size() - 2), channel)) {
-            switch (rest.back()) {
-            case '6': return make(Op::AoRead, Dialect::Plain, channel);
-            case '7': return make(Op::AoPowerOnRead, Dialect::Plain, channel);
-            case '4': return make(Op::AoPowerOnSet, Dialect::Plain, channel);
-            default: return {};
-            }
-        }
-        return {};
-    case '~':
-        if (shape.dout > 0 && rest.size() == 2 && (rest[0] == '4' || rest[0] == '5') &&
-            which_value(rest.substr(1), r.which)) {
-            r.op = rest[0] == '4' ? Op::DoValuesRead : Op::DoValueStore;
-            return r;
-        }
-        return {};
-    default:
-        return {};
-    }
-}
-
-}  // namespace
 }  // namespace vex::sim::serial
