@@ -25,5 +25,7 @@
 #include "vexsdk/registry.h"
 #include "vexsdk/serial.h"
 #include "vexsdk/io.h"
+#include "vexsdk/irq.h"
+#include "vexsdk/hotplug.h"
 
 #endif /* VEXSDK_H */
