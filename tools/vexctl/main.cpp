@@ -11,6 +11,8 @@ int main(int argc, char** argv) {
     register_reg_command(app);
     register_io_commands(app);
     register_serial_commands(app);
+    register_irq_commands(app);
+    register_timer_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }
