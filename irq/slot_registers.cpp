@@ -6,7 +6,7 @@
 namespace vex::irq {
 namespace {
 
-uint8_t bit(uint32_t slot) { return slot < 8 ? static_cast<uint8_t>(1u << slot) : 0; }
+uint8_t bit(uint32_t slot) { return static_cast<uint8_t>(slot < 8 ? (1u << slot) : 0u); }
 
 void set_bits(uint32_t reg, uint8_t bits, bool on) {
     const uint8_t v = plat::bus_read8(reg);

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <mutex>
 #include <random>
+#include <vector>
 
 #include "platform/interrupt.h"
 #include "platform/linux/irq_calls.h"
@@ -29,6 +30,27 @@ using plat::irq_calls;
 // The binding whose own take() is advancing the models on this thread: it
 // sees the count at once and needs no datagram.
 thread_local uint64_t t_taking_token = 0;
+
+// Wake-ups are queued while the state is locked and sent after the unlock,
+// so that a woken process never finds the lock still held by its waker.
+// The queue is flushed by the unlock of the same lock, so `state` is alive.
+struct Wakeup {
+    sockaddr_un addr;
+    socklen_t len;
+    uint64_t token;
+    State* state;
+};
+thread_local std::vector<Wakeup> t_wakeups;
+
+// A binding whose socket refused a wake-up belongs to a process that has
+// ended: it leaves the table.
+void drop_binding(State& s, uint64_t token) {
+    s.lock.lock();
+    for (IrqBinding& b : s.irq.bindings) {
+        if (b.token == token) b = IrqBinding{};
+    }
+    s.lock.unlock();
+}
 
 socklen_t address_of(const State& s, uint64_t token, sockaddr_un& addr) {
     addr = sockaddr_un{};
@@ -50,22 +72,18 @@ int sender() {
     return fd;
 }
 
-// Wakes the bindings of `line`, dropping those whose process is gone.
+// Queues wake-ups for the bindings of `line`. True when any is bound.
 bool wake_bound(State& s, int line) {
     bool bound = false;
     for (IrqBinding& b : s.irq.bindings) {
         if (b.token == 0 || b.line != static_cast<uint32_t>(line)) continue;
         bound = true;
         if (b.token == t_taking_token) continue;
-        sockaddr_un addr;
-        const socklen_t len = address_of(s, b.token, addr);
-        const char kick = 1;
-        if (irq_calls().sendto(sender(), &kick, 1, MSG_DONTWAIT | MSG_NOSIGNAL,
-                               reinterpret_cast<const sockaddr*>(&addr), len) < 0 &&
-            (errno == ECONNREFUSED || errno == ENOENT)) {
-            b = IrqBinding{};  // nobody listens there any more
-        }
-        // EAGAIN: its queue is full, so it is awake anyway.
+        Wakeup w{};
+        w.len = address_of(s, b.token, w.addr);
+        w.token = b.token;
+        w.state = &s;
+        t_wakeups.push_back(w);
     }
     return bound;
 }
@@ -230,6 +248,20 @@ private:
 };
 
 }  // namespace
+
+void send_irq_wakeups() {
+    if (t_wakeups.empty()) return;
+    std::vector<Wakeup> wakeups;
+    wakeups.swap(t_wakeups);
+    const char kick = 1;
+    for (const Wakeup& w : wakeups) {
+        if (irq_calls().sendto(sender(), &kick, 1, MSG_DONTWAIT | MSG_NOSIGNAL,
+                               reinterpret_cast<const sockaddr*>(&w.addr), w.len) < 0 &&
+            (errno == ECONNREFUSED || errno == ENOENT))
+            drop_binding(*w.state, w.token);
+        // EAGAIN: its queue is full, so it is awake anyway.
+    }
+}
 
 int irq_line_of(uint32_t id) {
     if (id >= plat::kIrqSlot0 && id < plat::kIrqSlot0 + kSlots) return static_cast<int>(id - plat::kIrqSlot0);

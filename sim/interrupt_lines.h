@@ -7,8 +7,10 @@
 // (State::irq.bindings). Whoever raises a line (any process touching the
 // models: a register write, an input change, vexsim irq, a timer found due)
 // counts it in State::irq.raised and sends one datagram to every binding of
-// the line; a binding whose socket is gone (its process died) is dropped
-// from the table then. The counter, not the datagram, says whether the line
+// the line, once it has unlocked the state (send_irq_wakeups, run by every
+// unlock), so the woken process never waits for the lock its waker holds. A
+// binding whose socket is gone (its process died) is dropped from the table
+// then. The counter, not the datagram, says whether the line
 // fired, so nothing is lost when a socket's queue is full.
 //
 // Time-driven sources (the backplane timers, a module watchdog with its
@@ -33,7 +35,8 @@ namespace vex::sim {
 int irq_line_of(uint32_t id);
 
 // With the state locked. Counts one interrupt on `line` and wakes every
-// process bound to it. True when some process is bound to it.
+// process bound to it (after the unlock). True when some process is bound
+// to it.
 bool raise_irq(State& s, int line);
 // Tells the processes bound to `line` that its time-driven source changed.
 void reschedule_irq(State& s, int line);
