@@ -38,7 +38,7 @@ volatile uint8_t* use_hw() {
     make_dir();
     const std::string file = g_dir + "/physmem";
     const int fd = ::open(file.c_str(), O_RDWR | O_CREAT, 0600);
-    if (fd < 0 || ::ftruncate(fd, 0x40A01000) != 0) std::abort();
+    if (fd < 0 || ::ftruncate(fd, 0x41301000) != 0) std::abort();
     const off_t window = 0x17000000;
     poke(fd, window + 0x9008, 0x00);  // every slot present
     poke(fd, window + 0x9046, 0x07);  // eight slots

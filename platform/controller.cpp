@@ -6,7 +6,8 @@
 #include <mutex>
 
 #include "platform/backplane_bus.h"
-#include "platform/os_timer.h"
+#include "platform/gpio.h"
+#include "platform/peripherals.h"
 #include "platform/target.h"
 #include "sim/host.h"
 #include "sim/instance.h"
@@ -14,14 +15,9 @@
 namespace vex::plat {
 
 volatile uint8_t* g_backplane_direct = nullptr;
-volatile uint32_t* g_os_timer_direct = nullptr;
+volatile uint8_t* g_page_direct[kPageCount] = {};
 
 namespace {
-
-// The processor's OS timer block: its counter register is at +0x10.
-constexpr uint64_t kOsTimerPhysical = 0x40A00000;
-constexpr size_t kOsTimerPage = 0x1000;
-constexpr uint32_t kOsTimerCountOffset = 0x10;
 
 // Plain pointers, not owning objects with static destructors: the unload
 // sequence runs from the library's destructor, after or before the static
@@ -29,7 +25,27 @@ constexpr uint32_t kOsTimerCountOffset = 0x10;
 std::mutex g_mutex;
 sim::Instance* g_instance = nullptr;
 sim::Host* g_host = nullptr;
-volatile void* g_os_timer_page = nullptr;
+bool g_pages_mapped = false;
+
+// Maps every processor page; a page that cannot be mapped floats.
+std::string map_pages() {
+    std::string missing;
+    for (size_t i = 0; i < kPageCount; ++i) {
+        g_page_direct[i] = static_cast<volatile uint8_t*>(map_physical(kPagePhysical[i], kPageSize));
+        if (!g_page_direct[i]) missing += std::string(missing.empty() ? "" : ", ") + kPageName[i];
+    }
+    g_pages_mapped = true;
+    return missing.empty() ? "" : "cannot map the processor pages: " + missing;
+}
+
+void unmap_pages() {
+    for (size_t i = 0; i < kPageCount; ++i) {
+        volatile uint8_t* page = g_page_direct[i];
+        g_page_direct[i] = nullptr;
+        unmap_physical(page, kPageSize);
+    }
+    g_pages_mapped = false;
+}
 
 }  // namespace
 
@@ -37,19 +53,17 @@ bool connect_controller(std::string* error) {
     std::lock_guard<std::mutex> lock(g_mutex);
     const Target& t = target();
     if (t.hardware) {
-        if (!g_os_timer_page) {
-            g_os_timer_page = map_physical(kOsTimerPhysical, kOsTimerPage);
-            if (g_os_timer_page)
-                g_os_timer_direct = reinterpret_cast<volatile uint32_t*>(
-                    static_cast<volatile uint8_t*>(g_os_timer_page) + kOsTimerCountOffset);
-        }
-        if (!g_os_timer_page && error) *error = "cannot map the OS timer";
-        return g_os_timer_page != nullptr;
+        if (g_pages_mapped) return true;
+        const std::string why = map_pages();
+        gpio::attach_lock();
+        if (!why.empty() && error) *error = why;
+        return why.empty();
     }
     if (g_instance) return true;
     g_instance = sim::Instance::attach(t.instance, error).release();
     if (!g_instance) return false;
     sim::set_current(g_instance);
+    gpio::attach_lock();
     std::string why;
     g_host = sim::Host::try_start(*g_instance, &why).release();
     if (!why.empty() && error) *error = why;
@@ -58,16 +72,13 @@ bool connect_controller(std::string* error) {
 
 void disconnect_controller() {
     std::lock_guard<std::mutex> lock(g_mutex);
+    gpio::detach_lock();
     delete g_host;
     g_host = nullptr;
     sim::set_current(nullptr);
     delete g_instance;
     g_instance = nullptr;
-    if (g_os_timer_page) {
-        g_os_timer_direct = nullptr;
-        unmap_physical(g_os_timer_page, kOsTimerPage);
-        g_os_timer_page = nullptr;
-    }
+    if (g_pages_mapped) unmap_pages();
 }
 
 volatile uint8_t* map_backplane() {
@@ -104,9 +115,12 @@ uint16_t sim_read16(uint32_t offset) {
 void sim_write16(uint32_t offset, uint16_t value) {
     if (sim::Instance* inst = sim::current()) inst->write16(offset, value);
 }
-uint32_t sim_os_timer() {
+uint32_t sim_reg_read(Page page, uint32_t offset) {
     sim::Instance* inst = sim::current();
-    return inst ? inst->os_timer() : 0;
+    return inst ? inst->page_read32(page, offset) : 0xFFFFFFFFu;
+}
+void sim_reg_write(Page page, uint32_t offset, uint32_t value) {
+    if (sim::Instance* inst = sim::current()) inst->page_write32(page, offset, value);
 }
 
 }  // namespace detail

@@ -40,6 +40,9 @@ public:
     // Initialises the mutex in place (only the creator of the memory does).
     void init();
     void lock();
+    // Like lock(); true when the previous owner died holding the mutex, so
+    // the caller may repair what the mutex guards.
+    bool lock_recovering();
     void unlock();
     bool try_lock();
 

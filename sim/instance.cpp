@@ -16,6 +16,7 @@
 #include "sim/host.h"
 #include "sim/interrupt_lines.h"
 #include "sim/models/models.h"
+#include "sim/models/peripherals.h"
 
 namespace vex::sim {
 namespace {
@@ -167,6 +168,7 @@ void Instance::power_up(const Description& d) {
     copy_text(s.instance, sizeof s.instance, name_);
     copy_text(s.hardware_id, sizeof s.hardware_id, d.hardware_id);
     models::backplane_power_up(s, d);
+    models::peripherals_power_up(s);
     for (int i = 0; i < kSlots && i < d.slot_count; ++i) {
         if (d.slots[static_cast<size_t>(i)].kind != ModuleKind::Empty)
             models::slot_install(s, i, d.slots[static_cast<size_t>(i)], now);
@@ -233,10 +235,18 @@ void Instance::write16(uint32_t offset, uint16_t value) {
     write8(offset + 1, static_cast<uint8_t>(value >> 8));
 }
 
-uint32_t Instance::os_timer() {
-    // 3.25 MHz: 13 counts every 4 microseconds.
-    const uint64_t elapsed = now_ns() - state_->epoch_ns;
-    return static_cast<uint32_t>(elapsed * 13 / 4000);
+uint32_t Instance::os_timer() { return models::os_timer_count(*state_, now_ns()); }
+
+uint32_t Instance::page_read32(plat::Page page, uint32_t offset) {
+    // The counter depends only on the clock: no lock for the busiest register.
+    if (page == plat::Page::OsTimer && offset == plat::ost::kCount) return os_timer();
+    Guard g(*state_);
+    return models::peripheral_read(*state_, page, offset, now_ns());
+}
+
+void Instance::page_write32(plat::Page page, uint32_t offset, uint32_t value) {
+    Guard g(*state_);
+    models::peripheral_write(*state_, page, offset, value, now_ns());
 }
 
 uint64_t Instance::now_ns() const {

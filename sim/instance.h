@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/peripherals.h"
 #include "platform/shared_section.h"
 #include "sim/description.h"
 #include "sim/state.h"
@@ -37,6 +38,9 @@ public:
     uint16_t read16(uint32_t offset);
     void write16(uint32_t offset, uint16_t value);
     uint32_t os_timer();
+    // The processor's peripheral pages (32-bit registers).
+    uint32_t page_read32(plat::Page page, uint32_t offset);
+    void page_write32(plat::Page page, uint32_t offset, uint32_t value);
     // The instance's clock: the monotonic clock plus any time let pass.
     uint64_t now_ns() const;
     // Lets time pass at once for the instance's timers and watchdogs.

@@ -7,11 +7,12 @@
 #include <cstdint>
 
 #include "platform/shared_section.h"
+#include "sim/peripheral_state.h"
 
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 2;
+inline constexpr uint32_t kStateLayout = 3;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -175,7 +176,9 @@ struct State {
 
     SerialPortState serial_ports[kSerialPorts];
 
-    IrqState irq;
+    Peripherals peripherals;   // the processor's own pages (sim/models/peripherals.cpp)
+
+    IrqState irq;              // interrupts, backplane timers, hot plug (sim/models/slot_irq.cpp, timer_block.cpp)
 
     // Read side of every register of the window. Device models keep it
     // current; the library's _vex_map pointer looks straight into it.

@@ -3,6 +3,7 @@
 // a plain file for tests and benchmarks).
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/controller.h"
@@ -19,6 +20,14 @@ volatile void* map_physical(uint64_t physical, size_t size) {
     const long page = ::sysconf(_SC_PAGESIZE);
     const uint64_t base = physical & ~static_cast<uint64_t>(page - 1);
     const size_t lead = static_cast<size_t>(physical - base);
+    // A plain file standing in for physical memory must cover the range:
+    // touching a mapping past its end would kill the process (SIGBUS).
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 ||
+        (S_ISREG(st.st_mode) && static_cast<uint64_t>(st.st_size) < physical + size)) {
+        ::close(fd);
+        return nullptr;
+    }
     void* p = ::mmap(nullptr, size + lead, PROT_READ | PROT_WRITE, MAP_SHARED, fd,
                      static_cast<off_t>(base));
     ::close(fd);

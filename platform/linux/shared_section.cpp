@@ -79,6 +79,12 @@ void ProcessMutex::lock() {
         ::pthread_mutex_consistent(native(storage_));
 }
 
+bool ProcessMutex::lock_recovering() {
+    if (::pthread_mutex_lock(native(storage_)) != EOWNERDEAD) return false;
+    ::pthread_mutex_consistent(native(storage_));
+    return true;
+}
+
 bool ProcessMutex::try_lock() {
     const int rc = ::pthread_mutex_trylock(native(storage_));
     if (rc == EOWNERDEAD) ::pthread_mutex_consistent(native(storage_));

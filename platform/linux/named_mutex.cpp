@@ -1,0 +1,80 @@
+#include "platform/named_mutex.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/shared_section.h"
+
+namespace vex::plat {
+
+struct NamedMutex::Shared {
+    uint32_t magic;  // kReady once the mutex is initialised
+    uint32_t pad;
+    ProcessMutex mutex;
+};
+
+namespace {
+constexpr uint32_t kReady = 0x4D555458;  // "MUTX"
+
+std::string os_error(const char* call, const std::string& name) {
+    return std::string(call) + "(" + name + "): " + std::strerror(errno);
+}
+}  // namespace
+
+std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::string* error) {
+    const int fd = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        if (error) *error = os_error("shm_open", name);
+        return nullptr;
+    }
+    // Whoever holds the flock either finds a ready mutex or makes it.
+    Shared* shared = nullptr;
+    std::string why;
+    if (::flock(fd, LOCK_EX) != 0) {
+        why = os_error("flock", name);
+    } else {
+        struct stat st {};
+        if (::fstat(fd, &st) != 0) {
+            why = os_error("fstat", name);
+        } else if (static_cast<size_t>(st.st_size) < sizeof(Shared) &&
+                   ::ftruncate(fd, static_cast<off_t>(sizeof(Shared))) != 0) {
+            why = os_error("ftruncate", name);
+        } else {
+            void* p = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+            if (p == MAP_FAILED) {
+                why = os_error("mmap", name);
+            } else {
+                shared = static_cast<Shared*>(p);
+                if (__atomic_load_n(&shared->magic, __ATOMIC_ACQUIRE) != kReady) {
+                    shared->mutex.init();
+                    __atomic_store_n(&shared->magic, kReady, __ATOMIC_RELEASE);
+                }
+            }
+        }
+    }
+    // Unlock explicitly: the mapping keeps the open file alive, and with it
+    // the flock, after the descriptor is closed.
+    ::flock(fd, LOCK_UN);
+    ::close(fd);
+    if (!shared) {
+        if (error) *error = why;
+        return nullptr;
+    }
+    return std::unique_ptr<NamedMutex>(new NamedMutex(shared));
+}
+
+bool NamedMutex::remove(const std::string& name) { return ::shm_unlink(name.c_str()) == 0; }
+
+NamedMutex::~NamedMutex() { ::munmap(shared_, sizeof(Shared)); }
+
+bool NamedMutex::lock() { return shared_->mutex.lock_recovering(); }
+
+void NamedMutex::unlock() { shared_->mutex.unlock(); }
+
+}  // namespace vex::plat
