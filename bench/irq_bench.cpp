@@ -149,8 +149,9 @@ void BM_SlotInterruptLatency(benchmark::State& state) {
     vex_EnableSlotInterrupt(kSlot, 1);
     vex::sim::Instance& inst = *vex::sim::current();
     auto pulse = [&] {
-        inst.with_lock([](vex::sim::State& s) {
-            vex::sim::models::slot_line_pulse(s, kSlot, vex::sim::models::Pulse::Full);
+        const uint64_t now = inst.now_ns();
+        inst.with_lock([now](vex::sim::State& s) {
+            vex::sim::models::slot_line_pulse(s, kSlot, vex::sim::models::Pulse::Full, now);
             return 0;
         });
     };

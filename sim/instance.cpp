@@ -281,7 +281,7 @@ bool Instance::unplug(int slot) {
     if (slot < 0 || slot >= kSlots) return false;
     Guard g(*state_);
     const bool was_there = state_->slots[slot].kind != static_cast<uint8_t>(ModuleKind::Empty);
-    models::slot_remove(*state_, slot);
+    models::slot_remove(*state_, slot, now_ns());
     if (was_there) models::hotplug_event(*state_);
     mirror_slot(*state_, slot, now_ns());
     return true;

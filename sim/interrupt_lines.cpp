@@ -155,7 +155,7 @@ public:
             seen_raised_ = s.irq.raised[line_];
             // A slot interrupt that waited for someone to take it is this
             // binding's first interrupt.
-            if (line_ < kSlots && models::slot_irq_take_pending(s, line_)) {
+            if ((line_ < kSlots || line_ == kIrqLineSingleSlot) && models::slot_irq_take_pending(s, line_)) {
                 --seen_raised_;
                 pending = true;
             }
@@ -268,6 +268,13 @@ int irq_line_of(uint32_t id) {
     if (id == plat::kIrqSingleSlot) return kIrqLineSingleSlot;
     if (id >= plat::kIrqTimer0 && id < plat::kIrqTimer0 + 3) return kIrqLineTimer0 + static_cast<int>(id - plat::kIrqTimer0);
     return -1;
+}
+
+bool irq_line_bound(const State& s, int line) {
+    for (const IrqBinding& b : s.irq.bindings) {
+        if (b.token != 0 && b.line == static_cast<uint32_t>(line)) return true;
+    }
+    return false;
 }
 
 bool raise_irq(State& s, int line) {

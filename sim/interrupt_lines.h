@@ -38,6 +38,8 @@ int irq_line_of(uint32_t id);
 // process bound to it (after the unlock). True when some process is bound
 // to it.
 bool raise_irq(State& s, int line);
+// True when some process is bound to `line`.
+bool irq_line_bound(const State& s, int line);
 // Tells the processes bound to `line` that its time-driven source changed.
 void reschedule_irq(State& s, int line);
 // The same for every line (the instance clock jumped).

@@ -138,7 +138,8 @@ struct IrqState {
     uint8_t control;        // 0x900A: bit 2 timer 0 output, bit 3 hot-plug enable
     uint8_t status;         // 0x900E: bit 0 timer 1, bit 1 timer 2, bit 2 timer 0, bit 3 hot plug
     uint8_t timer_regs[8];  // 0x9020/22/24/26 (timer 0), 0x9038/3A (timer 1), 0x903C/3E (timer 2)
-    uint8_t pad[2];
+    uint8_t single_slot;    // the single-slot controller: slot 0's line is GPIO 3
+    uint8_t pad;
     uint32_t input_rising[kSlots];   // inputs whose rising edge pulses the module's line
     uint32_t input_falling[kSlots];  // inputs whose falling edge does
     BackplaneTimer timers[3];

@@ -24,7 +24,7 @@ uint8_t slot_read(State& s, int slot, uint32_t offset, uint64_t now);
 void slot_write(State& s, int slot, uint32_t offset, uint8_t value, uint64_t now);
 // Installs a module into a slot and powers it up (plug, or instance power-up).
 void slot_install(State& s, int slot, const SlotDescription& d, uint64_t now);
-void slot_remove(State& s, int slot);
+void slot_remove(State& s, int slot, uint64_t now);
 
 // Slot interrupt controller: 0x9006 (end of interrupt), 0x900C
 // (retrigger), 0x9010..0x901A (enables and latches), 0x9044 (gate).
@@ -34,13 +34,18 @@ void slot_irq_write(State& s, uint32_t offset, uint8_t value);
 void slot_irq_power_up(State& s);
 // A slot's interrupt line as its module drives it: a level (the module
 // watchdog's interrupt) or a short pulse (an input edge, vexsim irq) that
-// only the latches of one trigger type catch, or all of them.
-void slot_line_level(State& s, int slot, bool high);
+// only the latches of one trigger type catch, or all of them. On the
+// single-slot controller slot 0's line is GPIO 3 instead (see slot_irq.cpp).
+void slot_line_level(State& s, int slot, bool high, uint64_t now);
 enum class Pulse { Full, Rising, Level, Falling };
-void slot_line_pulse(State& s, int slot, Pulse kind);
-// A process binds the slot's interrupt: when the slot is pending it goes
-// into service for that process (true) instead of waiting for an edge.
-bool slot_irq_take_pending(State& s, int slot);
+void slot_line_pulse(State& s, int slot, Pulse kind, uint64_t now);
+// A process binds the slot's interrupt (`line` 0..7, or the single-slot
+// controller's): when one is pending it is delivered to that process
+// (true) instead of waiting for the next edge.
+bool slot_irq_take_pending(State& s, int line);
+// The GPIO block latched edges (bank, newly latched bits): the processor's
+// interrupt controller looks for the single-slot controller's slot pin.
+void gpio_edges_latched(State& s, int bank, uint32_t bits);
 
 // Timer block: 0x900A (control), 0x900E (status), 0x9020..0x903E (timers),
 // 0x9028..0x902E and 0x9040 (counters). Timers count in these steps:

@@ -168,7 +168,7 @@ bool irq_line_high(const ParallelModule& m) {
     return m.watchdog && m.wdt_irq_enable == kWdtIrqOn && m.wdt_expired && m.wdt_enabled;
 }
 
-void sync_line(State& s, int slot) { slot_line_level(s, slot, irq_line_high(mod(s, slot))); }
+void sync_line(State& s, int slot, uint64_t now) { slot_line_level(s, slot, irq_line_high(mod(s, slot)), now); }
 
 uint8_t watchdog_read(const ParallelModule& m, uint32_t offset) {
     switch (offset) {
@@ -208,7 +208,7 @@ void watchdog_write(State& s, int slot, uint32_t offset, uint8_t value, uint64_t
         } else {
             m.wdt_enabled = 0;
         }
-        sync_line(s, slot);
+        sync_line(s, slot, now);
         reschedule_irq(s, slot);
         return;
     case 0x1E:
@@ -216,7 +216,7 @@ void watchdog_write(State& s, int slot, uint32_t offset, uint8_t value, uint64_t
         return;
     case 0x22:
         m.wdt_irq_enable = value;
-        sync_line(s, slot);
+        sync_line(s, slot, now);
         reschedule_irq(s, slot);
         return;
     case 0x24:
@@ -273,7 +273,7 @@ void parallel_advance(State& s, int slot, uint64_t now) {
     m.wdt_expired = 1;
     m.do_latch = param_word(m, kParamSafeValue) & channel_mask(m.do_channels);
     m.last_source = kSourceSafe;
-    sync_line(s, slot);
+    sync_line(s, slot, now);
 }
 
 uint64_t parallel_irq_deadline(const State& s, int slot) {
@@ -290,7 +290,7 @@ void parallel_set_inputs(State& s, int slot, uint32_t lines, uint64_t now) {
     m.di = lines & channel_mask(m.di_channels);
     const uint32_t rising = m.di & ~before & s.irq.input_rising[slot];
     const uint32_t falling = ~m.di & before & s.irq.input_falling[slot];
-    if (rising | falling) slot_line_pulse(s, slot, Pulse::Full);
+    if (rising | falling) slot_line_pulse(s, slot, Pulse::Full, now);
 }
 
 uint8_t parallel_read(State& s, int slot, uint32_t offset, uint64_t now) {

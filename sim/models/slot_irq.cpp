@@ -21,8 +21,20 @@
 // An interrupt that nobody has bound is not taken by the processor: the
 // slot does not enter service, and the first process that binds it later
 // receives it at once (see sim/interrupt_lines.cpp).
+//
+// The single-slot controller has no such block: its slot's line reaches the
+// processor's GPIO 3 through an open-drain driver, so an asserted line holds
+// the pin low and a pulse pulls it low and lets it go (a falling and a
+// rising edge). The GPIO block latches the edges its rising- and
+// falling-edge enables ask for; the processor's interrupt controller then
+// raises interrupt 66, clears the pin's edge status and masks both of its
+// edge enables, which the library's acknowledge enables again.
+#include <cctype>
+
+#include "platform/gpio.h"
 #include "sim/interrupt_lines.h"
 #include "sim/models/models.h"
+#include "sim/models/peripherals.h"
 
 namespace vex::sim::models {
 namespace {
@@ -33,6 +45,23 @@ constexpr uint32_t kGate = 0x9044;
 constexpr uint32_t kEnable[3] = {0x9010, 0x9014, 0x9018};
 constexpr uint32_t kLatch[3] = {0x9012, 0x9016, 0x901A};
 constexpr int kRising = 0, kLevel = 1, kFalling = 2;
+constexpr uint32_t kSlotPin = 3;  // GPIO of the single-slot controller's slot line
+
+bool single_slot_hardware(const char* id) {
+    return std::toupper(static_cast<unsigned char>(id[0])) == 'L' &&
+           std::toupper(static_cast<unsigned char>(id[1])) == 'T' && id[2] == '4';
+}
+
+// Interrupt 66: the kernel takes the edge and masks the pin until re-armed.
+void deliver_single_slot(State& s) {
+    if (!irq_line_bound(s, kIrqLineSingleSlot)) return;  // stays latched for whoever binds
+    GpioState& g = s.peripherals.gpio;
+    const uint32_t b = plat::gpio::bit(kSlotPin);
+    g.edge[0] &= ~b;
+    g.rising[0] &= ~b;
+    g.falling[0] &= ~b;
+    raise_irq(s, kIrqLineSingleSlot);
+}
 
 uint8_t bit(int slot) { return static_cast<uint8_t>(1u << slot); }
 
@@ -131,13 +160,19 @@ void slot_irq_power_up(State& s) {
     IrqState& q = s.irq;
     for (int t = 0; t < 3; ++t) q.enable[t] = q.latch[t] = 0;
     q.gate = q.retrigger = q.line = q.pending = q.in_service = q.deferred = 0;
+    q.single_slot = single_slot_hardware(s.hardware_id) ? 1 : 0;
     mirror(s);
 }
 
-void slot_line_level(State& s, int slot, bool high) {
+void slot_line_level(State& s, int slot, bool high, uint64_t now) {
     IrqState& q = s.irq;
     const bool was = (q.line & bit(slot)) != 0;
     if (high == was) return;
+    if (q.single_slot) {
+        q.line = static_cast<uint8_t>(high ? (q.line | bit(slot)) : (q.line & ~bit(slot)));
+        if (slot == 0) gpio_pull(s, kSlotPin, high, now);
+        return;
+    }
     if (high) {
         q.line |= bit(slot);
         q.latch[kRising] |= static_cast<uint8_t>(bit(slot) & q.enable[kRising]);
@@ -148,9 +183,17 @@ void slot_line_level(State& s, int slot, bool high) {
     update(s);
 }
 
-void slot_line_pulse(State& s, int slot, Pulse kind) {
+void slot_line_pulse(State& s, int slot, Pulse kind, uint64_t now) {
     IrqState& q = s.irq;
     const uint8_t b = bit(slot);
+    if (q.single_slot) {
+        // Whatever the kind, the pin sees both edges (unless the line is
+        // held asserted already).
+        if (slot != 0 || (q.line & b)) return;
+        gpio_pull(s, kSlotPin, true, now);
+        gpio_pull(s, kSlotPin, false, now);
+        return;
+    }
     if (kind == Pulse::Full || kind == Pulse::Rising) q.latch[kRising] |= static_cast<uint8_t>(b & q.enable[kRising]);
     if (kind == Pulse::Full || kind == Pulse::Level) q.latch[kLevel] |= static_cast<uint8_t>(b & q.enable[kLevel]);
     if (kind == Pulse::Full || kind == Pulse::Falling)
@@ -158,8 +201,21 @@ void slot_line_pulse(State& s, int slot, Pulse kind) {
     update(s);
 }
 
+void gpio_edges_latched(State& s, int bank, uint32_t bits) {
+    if (s.irq.single_slot && bank == 0 && (bits & plat::gpio::bit(kSlotPin))) deliver_single_slot(s);
+}
+
 bool slot_irq_take_pending(State& s, int slot) {
     IrqState& q = s.irq;
+    if (slot == kIrqLineSingleSlot) {
+        GpioState& g = s.peripherals.gpio;
+        const uint32_t b = plat::gpio::bit(kSlotPin);
+        if (!q.single_slot || !(g.edge[0] & b)) return false;
+        g.edge[0] &= ~b;
+        g.rising[0] &= ~b;
+        g.falling[0] &= ~b;
+        return true;
+    }
     if (!(q.pending & bit(slot))) return false;
     q.in_service |= bit(slot);
     q.deferred = static_cast<uint8_t>(q.deferred & ~bit(slot));

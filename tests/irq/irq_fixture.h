@@ -124,8 +124,9 @@ slot = [
         sim().set_inputs(static_cast<int>(slot), 0);
     }
     void pulse(uint32_t slot, sim::models::Pulse kind = sim::models::Pulse::Full) {
+        const uint64_t now = sim().now_ns();
         sim().with_lock([&](sim::State& s) {
-            sim::models::slot_line_pulse(s, static_cast<int>(slot), kind);
+            sim::models::slot_line_pulse(s, static_cast<int>(slot), kind, now);
             return 0;
         });
     }

@@ -95,13 +95,13 @@ TEST_F(Controller, GateHoldsLatchedEdgesAndLevelsLatchAgain) {
     // A level latch sets again at once while the line is high.
     _vex_outp(0x9014, 0x08);
     sim().with_lock([](sim::State& s) {
-        sim::models::slot_line_level(s, kInputSlotB, true);
+        sim::models::slot_line_level(s, kInputSlotB, true, 0);
         return 0;
     });
     _vex_outp(0x9016, 0x08);
     EXPECT_EQ(_vex_inp(0x9016), 0x08u);
     sim().with_lock([](sim::State& s) {
-        sim::models::slot_line_level(s, kInputSlotB, false);
+        sim::models::slot_line_level(s, kInputSlotB, false, 0);
         return 0;
     });
     _vex_outp(0x9016, 0x08);

@@ -74,8 +74,9 @@ TEST_F(NoRealtime, ChildWithoutRightsIsServedAtNormalPriority) {
     EXPECT_FALSE(vex_SetSlotInterruptPriority(1, 100));
     EXPECT_TRUE(vex_SetSlotInterruptPriority(1, 250));
     vex_EnableSlotInterrupt(1, 1);
-    sim().with_lock([](sim::State& s) {
-        sim::models::slot_line_pulse(s, 1, sim::models::Pulse::Full);
+    const uint64_t now = sim().now_ns();
+    sim().with_lock([now](sim::State& s) {
+        sim::models::slot_line_pulse(s, 1, sim::models::Pulse::Full, now);
         return 0;
     });
     EXPECT_TRUE(wait_calls(1));

@@ -28,13 +28,14 @@ int raise(const std::string& name, const IrqOptions& o) {
     const uint32_t slot = vex::tools::parse_number("vexsim", o.slot, "SLOT", 0, vex::sim::kSlots - 1);
     const Pulse kind = pulse_of(o.type);
     auto inst = attach_or_exit(name);
+    const uint64_t now = inst->now_ns();
     return inst->with_lock([&](vex::sim::State& s) {
         const uint32_t count = s.slot_count_code == 7 ? 8u : s.slot_count_code;
         if (slot >= count)
             vex::tools::fail("vexsim", vex::tools::kExitRefused,
                              "slot " + o.slot + " does not exist: the controller has " + std::to_string(count) + " slots");
         const uint32_t before = s.irq.raised[slot];
-        vex::sim::models::slot_line_pulse(s, static_cast<int>(slot), kind);
+        vex::sim::models::slot_line_pulse(s, static_cast<int>(slot), kind, now);
         const uint8_t bit = static_cast<uint8_t>(1u << slot);
         const bool latched = ((s.irq.latch[0] | s.irq.latch[1] | s.irq.latch[2]) & bit) != 0;
         std::printf("slot %u: interrupt line pulsed (%s)", slot, o.type.empty() ? "all trigger types" : o.type.c_str());
