@@ -18,12 +18,11 @@
 
 namespace {
 
-using vex::tools::kExitRefused;
+using vex::tools::fail;
+using vex::tools::kExitFailed;
 using vex::tools::kExitUsage;
 
 constexpr uint32_t kSlots = 8;
-
-[[noreturn]] void fail(int code, const std::string& message) { vex::tools::fail("vexctl", code, message); }
 
 uint64_t monotonic_ns() {
     timespec ts{};
@@ -65,9 +64,9 @@ std::vector<uint32_t> parse_slots(const std::vector<std::string>& texts) {
     std::set<uint32_t> seen;
     std::vector<uint32_t> slots;
     for (const std::string& t : texts) {
-        const uint32_t slot = vex::tools::parse_number("vexctl", t, "SLOT", 0, kSlots - 1);
+        const uint32_t slot = vex::tools::parse_number(t, "SLOT", kSlots - 1);
         if (slot >= count)
-            fail(kExitRefused, "slot " + std::to_string(slot) + " does not exist: this controller has " +
+            fail(kExitFailed, "slot " + std::to_string(slot) + " does not exist: this controller has " +
                                    std::to_string(count) + " slots");
         if (seen.insert(slot).second) slots.push_back(slot);
     }
@@ -84,13 +83,11 @@ void register_slot(uint32_t slot, int32_t trigger, std::vector<uint32_t>& done) 
         const uint32_t code = vex_GetLastError();
         release(done);
         if (code == VEX_ERR_SLOT_IN_USE)
-            fail(kExitRefused, "slot " + std::to_string(slot) +
+            fail(kExitFailed, "slot " + std::to_string(slot) +
                                    " is registered by another program (a registration outlives a program that "
                                    "died until every program using the controller has ended)");
-        char hex[16];
-        std::snprintf(hex, sizeof hex, "0x%X", code);
-        fail(kExitRefused, "cannot register slot " + std::to_string(slot) + " (error " + hex +
-                               "; VEXSDK_DEBUG=1 tells more)");
+        fail(kExitFailed, "cannot register slot " + std::to_string(slot) + " (" + vex::tools::error_text(code) +
+                              "; VEXSDK_DEBUG=1 tells more)");
     }
     done.push_back(slot);
     vex_SetTriggerType(slot, trigger);
@@ -108,7 +105,7 @@ int watch(const WatchOptions& o) {
     const int32_t trigger = trigger_of(o.type);
     const std::vector<uint32_t> slots = parse_slots(o.slots);
     if (o.timeout < 0) fail(kExitUsage, "--timeout must not be negative");
-    if (::pipe2(g_pipe, O_CLOEXEC) != 0) fail(kExitRefused, "cannot create a pipe");
+    if (::pipe2(g_pipe, O_CLOEXEC) != 0) fail(kExitFailed, "cannot create a pipe");
     struct sigaction sa {};
     sa.sa_handler = on_signal;  // no SA_RESTART: the wait below ends
     ::sigaction(SIGINT, &sa, nullptr);
@@ -132,7 +129,7 @@ int watch(const WatchOptions& o) {
             const uint64_t now = monotonic_ns();
             if (now >= deadline) {
                 std::fprintf(stderr, "vexctl: %u interrupt(s) within %g s\n", seen, o.timeout);
-                status = kExitRefused;
+                status = kExitFailed;
                 break;
             }
             wait_ms = static_cast<int>((deadline - now + 999999) / 1000000);

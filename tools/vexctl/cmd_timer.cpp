@@ -20,11 +20,10 @@
 
 namespace {
 
-using vex::tools::kExitRefused;
+using vex::tools::fail;
+using vex::tools::kExitFailed;
 
 constexpr double kUnitUs = 100.0;  // the timers count in steps of 100 microseconds
-
-[[noreturn]] void fail(int code, const std::string& message) { vex::tools::fail("vexctl", code, message); }
 
 uint64_t monotonic_ns() {
     timespec ts{};
@@ -81,11 +80,12 @@ void report(uint32_t interval, uint32_t n) {
 }
 
 int run_timer(const TimerOptions& o) {
-    const uint32_t timer = vex::tools::parse_number("vexctl", o.timer, "TIMER", 0, 2);
-    const uint32_t interval = vex::tools::parse_number("vexctl", o.interval, "--interval", 1, 0xFFFF);
+    const uint32_t timer = vex::tools::parse_number(o.timer, "TIMER", 2);
+    const uint32_t interval = vex::tools::parse_number(o.interval, "--interval", 0xFFFF);
+    if (interval == 0) fail(vex::tools::kExitUsage, "--interval must be from 1 to 65535 (steps of 100 us)");
     if (o.count < 1 || o.count > 10000000) fail(vex::tools::kExitUsage, "--count must be from 1 to 10000000");
     g_ticks.assign(o.count, 0);
-    if (::pipe2(g_done, O_CLOEXEC) != 0) fail(kExitRefused, "cannot create a pipe");
+    if (::pipe2(g_done, O_CLOEXEC) != 0) fail(kExitFailed, "cannot create a pipe");
     struct sigaction sa {};
     sa.sa_handler = on_signal;
     ::sigaction(SIGINT, &sa, nullptr);
@@ -98,9 +98,9 @@ int run_timer(const TimerOptions& o) {
                                      : vex_SetBPTimer(timer, static_cast<uint16_t>(interval), on_tick);
     if (!ok) {
         const uint32_t code = vex_GetLastError();
-        if (code == VEX_ERR_NOT_SUPPORTED) fail(kExitRefused, "this controller has no backplane timers");
-        if (code == VEX_ERR_SLOT_IN_USE) fail(kExitRefused, "timer " + o.timer + " is in use by another program");
-        fail(kExitRefused, "cannot start timer " + o.timer + " (VEXSDK_DEBUG=1 tells more)");
+        if (code == VEX_ERR_NOT_SUPPORTED) fail(kExitFailed, "this controller has no backplane timers");
+        if (code == VEX_ERR_SLOT_IN_USE) fail(kExitFailed, "timer " + o.timer + " is in use by another program");
+        fail(kExitFailed, "cannot start timer " + o.timer + " (VEXSDK_DEBUG=1 tells more)");
     }
     std::printf("timer %u running, %u ticks to go; Ctrl-C to stop early\n", timer, o.count);
     std::fflush(stdout);
@@ -119,7 +119,7 @@ int run_timer(const TimerOptions& o) {
     }
     vex_KillBPTimer(timer);
     report(interval, g_count.load(std::memory_order_acquire));
-    return g_count.load() == o.count || g_stop ? 0 : kExitRefused;
+    return g_count.load() == o.count || g_stop ? 0 : kExitFailed;
 }
 
 int show_hotplug() {

@@ -21,18 +21,18 @@ Pulse pulse_of(const std::string& type) {
     if (type == "rising") return Pulse::Rising;
     if (type == "falling") return Pulse::Falling;
     if (type == "level") return Pulse::Level;
-    vex::tools::fail("vexsim", vex::tools::kExitUsage, "--type must be rising, falling or level, not '" + type + "'");
+    vex::tools::fail(vex::tools::kExitUsage, "--type must be rising, falling or level, not '" + type + "'");
 }
 
 int raise(const std::string& name, const IrqOptions& o) {
-    const uint32_t slot = vex::tools::parse_number("vexsim", o.slot, "SLOT", 0, vex::sim::kSlots - 1);
+    const uint32_t slot = vex::tools::parse_number(o.slot, "SLOT", vex::sim::kSlots - 1);
     const Pulse kind = pulse_of(o.type);
     auto inst = attach_or_exit(name);
     const uint64_t now = inst->now_ns();
     return inst->with_lock([&](vex::sim::State& s) {
         const uint32_t count = s.slot_count_code == 7 ? 8u : s.slot_count_code;
         if (slot >= count)
-            vex::tools::fail("vexsim", vex::tools::kExitRefused,
+            vex::tools::fail(vex::tools::kExitFailed,
                              "slot " + o.slot + " does not exist: the controller has " + std::to_string(count) + " slots");
         const uint32_t before = s.irq.raised[slot];
         vex::sim::models::slot_line_pulse(s, static_cast<int>(slot), kind, now);
