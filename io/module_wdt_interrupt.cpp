@@ -60,7 +60,7 @@ VEXSDK_API VEX_BOOL vex_InitModuleWDTInterrupt(uint32_t slot, VEX_SLOT_CALLBACK 
     // A slot registered already keeps its registration (and this callback);
     // the result says whether this call registered it.
     const VEX_BOOL32 registered = vex_RegisterSlotInterrupt(s, handler_of(s, std::make_integer_sequence<uint32_t, kModuleSlots>{}));
-    vex_SetSlotInterruptPriority(s, kHandlerPriority);
+    vex_SetSlotInterruptPriority(s, kHandlerPriority);  // without real-time rights: normal priority
     return registered ? VEX_TRUE : VEX_FALSE;
 }
 
@@ -73,7 +73,7 @@ VEXSDK_API VEX_BOOL vex_SetModuleWDTInterruptStatus(uint32_t slot, int16_t statu
     } else {
         module_write8(s, kRegWdtInterrupt, 0);
         vex_EnableSlotInterrupt(s, 0);
-        vex_UnregisterSlotInterrupt(static_cast<uint8_t>(s));
+        vex_UnregisterSlotInterrupt(static_cast<uint8_t>(s));  // not registered (here): nothing to undo
     }
     return VEX_TRUE;
 }

@@ -74,7 +74,13 @@ std::vector<uint32_t> parse_slots(const std::vector<std::string>& texts) {
 }
 
 void release(const std::vector<uint32_t>& slots) {
-    for (uint32_t s : slots) vex_UnregisterSlotInterrupt(static_cast<uint8_t>(s));
+    for (uint32_t s : slots) {
+        if (!vex_UnregisterSlotInterrupt(static_cast<uint8_t>(s)))
+            std::fprintf(stderr,
+                         "vexctl: note: slot %u stays registered (another program registered or unregistered a slot "
+                         "meanwhile); it is free again once every program using the controller has ended\n",
+                         s);
+    }
 }
 
 void register_slot(uint32_t slot, int32_t trigger, std::vector<uint32_t>& done) {
