@@ -26,5 +26,7 @@
 #include "vexsdk/serial.h"
 #include "vexsdk/io.h"
 #include "vexsdk/modules.h"
+#include "vexsdk/irq.h"
+#include "vexsdk/hotplug.h"
 
 #endif /* VEXSDK_H */

@@ -135,7 +135,7 @@ bool valid_channel_count(int n) { return n == 0 || n == 4 || n == 8 || n == 16 |
 void read_parallel_slot(Reader& r, const toml::table& t, const std::string& what, SlotDescription& s) {
     r.only(t,
            {"slot", "type", "id", "di_channels", "do_channels", "readback", "watchdog", "version", "capability",
-            "subtype", "di", "power_on", "safe", "wdt_timeout"},
+            "subtype", "di", "interrupt_rising", "interrupt_falling", "power_on", "safe", "wdt_timeout"},
            what);
     s.kind = ModuleKind::Parallel;
     s.id = r.small<uint8_t>(t, "id", 0, 0, 254, what);
@@ -149,6 +149,11 @@ void read_parallel_slot(Reader& r, const toml::table& t, const std::string& what
     if (t.get("capability")) s.capability = r.small<uint8_t>(t, "capability", 0, 0, 255, what);
     s.subtype = r.small<uint8_t>(t, "subtype", 0, 0, 255, what);
     s.di = r.small<uint32_t>(t, "di", 0, 0, 0xFFFFFFFFLL, what);
+    s.irq_rising = r.small<uint32_t>(t, "interrupt_rising", 0, 0, 0xFFFFFFFFLL, what);
+    s.irq_falling = r.small<uint32_t>(t, "interrupt_falling", 0, 0, 0xFFFFFFFFLL, what);
+    const uint32_t inputs = s.di_channels >= 32 ? 0xFFFFFFFFu : ((1u << s.di_channels) - 1u);
+    if ((s.irq_rising | s.irq_falling) & ~inputs)
+        r.fail(t, what + ": 'interrupt_rising' and 'interrupt_falling' name inputs the module does not have");
     s.power_on = r.small<uint32_t>(t, "power_on", 0, 0, 0xFFFFFFFFLL, what);
     s.safe = r.small<uint32_t>(t, "safe", 0, 0, 0xFFFFFFFFLL, what);
     s.wdt_timeout = r.small<uint8_t>(t, "wdt_timeout", s.wdt_timeout, 0, 255, what);

@@ -131,6 +131,8 @@ int show(const std::string& name) {
         }
         vex::sim::serial::advance_all(s, now);
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
+        vex::sim::models::timers_advance(s, now);
+        show_interrupts(s, now);
         show_serial(s);
         return 0;
     });

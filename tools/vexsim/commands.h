@@ -25,3 +25,6 @@ void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
 void register_host_command(CLI::App& app);         // host (started by the library)
 void register_serial_commands(CLI::App& app);      // set di/ai/pulses/format, fault (after control)
+void register_irq_commands(CLI::App& app);         // irq
+// The interrupt, timer and hot-plug part of vexsim show (state locked).
+void show_interrupts(const vex::sim::State& s, uint64_t now);
