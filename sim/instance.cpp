@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -151,22 +152,32 @@ bool Instance::power_cycle(std::string* error) {
     auto d = description(error);
     if (!d) return false;
     FileLock creating(plat::instance_dir(name_) + "/create.lock");
+    // Other processes (the host's serial thread among them) may be using the
+    // lock: it stays as it is and is held while the rest starts afresh.
     SerialPortState ports[kSerialPorts];
     state_->lock.lock();
     state_->magic = 0;
     std::memcpy(ports, state_->serial_ports, sizeof ports);
-    state_->lock.unlock();
     power_up(*d, ports);
+    state_->lock.unlock();
     return write_registry_presets(plat::instance_dir(name_) + "/registry.db", *d);
 }
 
 void Instance::power_up(const Description& d, const SerialPortState* keep_ports) {
     State& s = *state_;
-    // Callers hold the creation lock, so nobody else initialises; processes
-    // already attached keep using the (re-initialised) lock.
-    std::memset(static_cast<void*>(&s), 0, sizeof s);
-    if (keep_ports) std::memcpy(s.serial_ports, keep_ports, sizeof s.serial_ports);
-    s.lock.init();
+    // Callers hold the creation lock, so nobody else initialises. A fresh
+    // state gets a new lock; a running one (a power cycle, `keep_ports`
+    // given, its lock held by the caller) keeps it.
+    auto* bytes = reinterpret_cast<unsigned char*>(&s);
+    const size_t lock_at = offsetof(State, lock), lock_end = lock_at + sizeof s.lock;
+    if (keep_ports) {
+        std::memset(bytes, 0, lock_at);
+        std::memset(bytes + lock_end, 0, sizeof s - lock_end);
+        std::memcpy(s.serial_ports, keep_ports, sizeof s.serial_ports);
+    } else {
+        std::memset(bytes, 0, sizeof s);
+        s.lock.init();
+    }
     s.layout = kStateLayout;
     s.size = sizeof(State);
     s.generation = random64();

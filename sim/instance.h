@@ -79,7 +79,8 @@ private:
     };
     Instance(std::string name, std::unique_ptr<plat::SharedSection> section);
     // `keep_ports`: the host's published COM ports, kept across a power
-    // cycle (the host and its pseudo-terminals stay); null on a fresh state.
+    // cycle (the host and its pseudo-terminals stay), with the state's lock
+    // held by the caller and kept; null on a fresh state (new lock).
     void power_up(const Description& d, const SerialPortState* keep_ports = nullptr);
     void trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now);
 

@@ -9,9 +9,12 @@
 #include <poll.h>
 #include <termios.h>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 #include <cwchar>
 
+#include "sim/host.h"
 #include "tests/sim/serial_fixture.h"
 
 namespace vex::test {
@@ -267,6 +270,25 @@ TEST_F(SerialModules, ModuleMemorySurvivesAPowerCycle) {
     d.serial.kind = "4504P";
     ASSERT_TRUE(sim().plug(7, d));
     EXPECT_EQ(ask_slot(7, "$0073"), "!00+00.000");
+}
+
+TEST_F(SerialModules, PowerCyclesWhileTheModulesAnswer) {
+    const int host = sim::Host::host_pid(instance_name());
+    std::atomic<bool> stop{false};
+    std::atomic<int> answered{0};
+    std::thread talker([&] {
+        while (!stop) answered += ask(com1_, "$02M") == "!024216";
+    });
+    std::string error;
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_TRUE(sim().power_cycle(&error)) << error;
+        ::usleep(20000);
+    }
+    stop = true;
+    talker.join();
+    EXPECT_GT(answered.load(), 0);
+    EXPECT_EQ(ask(com1_, "$02M"), "!024216");
+    EXPECT_EQ(sim::Host::host_pid(instance_name()), host) << "the host lives through power cycles";
 }
 
 }  // namespace
