@@ -6,6 +6,7 @@
 #include <toml++/toml.h>
 
 #include "platform/text_codec.h"
+#include "sim/description_board.h"
 
 namespace vex::sim {
 namespace {
@@ -176,6 +177,7 @@ std::optional<Description> parse_description(const std::string& text, std::strin
             r.fail("[[slot]] " + std::to_string(i) + ": beyond the controller's slot count");
     }
     if (!r.ok) return std::nullopt;
+    if (!parse_board_description(root, d, error)) return std::nullopt;
     return d;
 }
 
