@@ -3,7 +3,7 @@
 # As root it installs them quietly; otherwise it says what to install.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ clang pkg-config libsqlite3-dev libtomlplusplus-dev
+packages=(cmake ninja-build g++ clang pkg-config python3 libsqlite3-dev libtomlplusplus-dev
           libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev)
 
 missing=()
