@@ -21,10 +21,17 @@ i2c::GpioLines g_lines(kPinScl, kPinSda);
 i2c::Master g_bus(g_lines);
 uint32_t g_poll_count = 0;
 
+void setup_pin(uint32_t pin);
+
+// Holds "VEX_EEP" with the lines set up and the bus usable.
 class Hold {
 public:
     Hold() : held_(g_lock != nullptr) {
-        if (held_ && g_lock->lock()) g_bus.recover();  // its owner died mid-transfer
+        const bool owner_died = held_ && g_lock->lock();
+        // A controller reset (a virtual one's power cycle) under a running
+        // program leaves the pins as inputs: set them up again.
+        for (const uint32_t pin : {kPinWriteProtect, kPinSda, kPinScl}) setup_pin(pin);
+        if (owner_died) g_bus.recover();  // it died in the middle of a transfer
     }
     ~Hold() {
         if (held_) g_lock->unlock();

@@ -57,7 +57,7 @@ void fill(Instance& inst, Chip chip, uint32_t address, const std::vector<uint8_t
         models::memory_settle(s);
         const Area a = area(s, chip);
         for (size_t i = 0; i < bytes.size() && uint64_t{address} + i < a.size; ++i) a.bytes[address + i] = bytes[i];
-        if (chip == Chip::Sram) models::sram_select_page(s, s.chips.sram.page);  // refresh the window image
+        if (chip == Chip::Sram) models::sram_select_page(s, s.chips.sram.page, true);  // refresh the window image
     });
 }
 

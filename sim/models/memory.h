@@ -65,7 +65,9 @@ uint8_t memory_read(State& s, uint32_t offset, uint64_t now);
 void memory_write(State& s, uint32_t offset, uint8_t value, uint64_t now);
 
 // SRAM (sim/models/sram.cpp).
-void sram_select_page(State& s, uint8_t page);
+// Selects a page and shows it in the window's register image (refresh:
+// even when it is selected already, after its bytes changed behind it).
+void sram_select_page(State& s, uint8_t page, bool refresh = false);
 uint8_t sram_read(State& s, uint32_t offset);
 void sram_write(State& s, uint32_t offset, uint8_t value);
 

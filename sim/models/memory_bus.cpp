@@ -51,12 +51,14 @@ void memory_power_up(State& s, const Description& d) {
     const int32_t sram_kib = d.board.sram_kib >= 0 ? d.board.sram_kib : (b.single_slot ? 0 : 512);
     s.chips.sram = SramState{};
     s.chips.sram.size = static_cast<uint32_t>(sram_kib) * 1024u;
+    s.chips.sram.faults.ack_budget = -1;
     const uint32_t kbit = d.board.eeprom_kbit ? d.board.eeprom_kbit : (large_eeprom ? 512u : 128u);
     eeprom_power_up(s, kbit * 128u, d.board.eeprom_write_cycle_us * 1000u);
     s.chips.nvram = NvramState{};
+    s.chips.nvram.faults.ack_budget = -1;
     s.image[kNvramPort] = port_value(s);
     s.image[kSramPage] = 0xFF;
-    sram_select_page(s, 0);
+    sram_select_page(s, 0, true);
 }
 
 void memory_settle(State& s) { eeprom_settle(s); }

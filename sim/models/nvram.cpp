@@ -39,7 +39,7 @@ void take_byte(State& s) {
             return;
         }
         n.phase = (n.command & 1) ? ReadData : WriteData;
-        if (n.phase == ReadData) n.shift = ram_byte(s, n.index);
+        n.shift = n.phase == ReadData ? ram_byte(s, n.index) : 0;
         n.bits = 0;
         return;
     }

@@ -29,7 +29,8 @@ uint8_t value_at(State& s, uint32_t offset) {
 
 }  // namespace
 
-void sram_select_page(State& s, uint8_t page) {
+void sram_select_page(State& s, uint8_t page, bool refresh) {
+    if (page == s.chips.sram.page && !refresh) return;  // the window already shows it
     s.chips.sram.page = page;
     for (uint32_t off = kWindow; off < kWindow + 2 * kPageBytes; off += 2) s.image[off] = value_at(s, off);
 }

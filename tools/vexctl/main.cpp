@@ -11,6 +11,8 @@ int main(int argc, char** argv) {
     register_reg_command(app);
     register_io_commands(app);
     register_serial_commands(app);
+    register_mem_commands(app);
+    register_device_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }

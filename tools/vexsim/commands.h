@@ -23,3 +23,4 @@ void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycl
 void register_show_commands(CLI::App& app);        // show, trace
 void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
+void register_chip_commands(CLI::App& app);        // chips, fault, set battery/rotary (after control)
