@@ -49,7 +49,7 @@ inline constexpr uint32_t kEepromPage = 64;
 
 struct EepromState {
     uint32_t size;             // bytes the chip holds: 16384 (128 kbit) or 65536 (512 kbit)
-    uint32_t write_cycle_ns;   // internal write time after a page write
+    uint32_t write_cycle_us;   // internal write time after a page write
     uint64_t busy_until_ns;    // instance clock; no acknowledge before it
     // Bus decoder.
     uint8_t phase;             // EepromPhase (sim/models/eeprom.cpp)

@@ -90,7 +90,7 @@ void set_faults(Instance& inst, Chip chip, const ChipFaults& f) {
 }
 
 void set_eeprom_write_cycle_us(Instance& inst, uint32_t us) {
-    inst.with_lock([&](State& s) { s.chips.eeprom.write_cycle_ns = us * 1000u; });
+    inst.with_lock([&](State& s) { s.chips.eeprom.write_cycle_us = us; });
 }
 
 std::vector<uint16_t> register_writes(Instance& inst, uint32_t offset) {

@@ -87,7 +87,7 @@ void on_stop(State& s, uint64_t now) {
             e.commit_pending = 1;
             apply_commit(s);
             chip_log(e.log, ChipLogKind::Write, e.address, e.received);
-            e.busy_until_ns = now + e.write_cycle_ns;
+            e.busy_until_ns = now + uint64_t{e.write_cycle_us} * 1000u;
             e.address = e.page_base | e.page_offset;
         }
     } else if (e.phase == WriteData && !e.acked) {
@@ -190,11 +190,11 @@ void send_clock(State& s, bool rising, bool sda) {
 
 }  // namespace
 
-void eeprom_power_up(State& s, uint32_t size, uint32_t write_cycle_ns) {
+void eeprom_power_up(State& s, uint32_t size, uint32_t write_cycle_us) {
     EepromState& e = s.chips.eeprom;
     e = EepromState{};
     e.size = size;
-    e.write_cycle_ns = write_cycle_ns;
+    e.write_cycle_us = write_cycle_us;
     e.scl = e.sda = e.wp = 1;
     e.faults.ack_budget = -1;
 }

@@ -78,7 +78,7 @@ bool nvram_data_line(const State& s);
 // EEPROM (sim/models/eeprom.cpp): the GPIO wiring calls this when SCL,
 // SDA or WP changed.
 void eeprom_lines_changed(State& s, uint64_t now);
-void eeprom_power_up(State& s, uint32_t size, uint32_t write_cycle_ns);
+void eeprom_power_up(State& s, uint32_t size, uint32_t write_cycle_us);
 void eeprom_settle(State& s);
 
 void chip_log(ChipLog& log, ChipLogKind kind, uint32_t address, uint32_t length, uint8_t extra = 0);

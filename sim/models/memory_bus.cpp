@@ -53,7 +53,7 @@ void memory_power_up(State& s, const Description& d) {
     s.chips.sram.size = static_cast<uint32_t>(sram_kib) * 1024u;
     s.chips.sram.faults.ack_budget = -1;
     const uint32_t kbit = d.board.eeprom_kbit ? d.board.eeprom_kbit : (large_eeprom ? 512u : 128u);
-    eeprom_power_up(s, kbit * 128u, d.board.eeprom_write_cycle_us * 1000u);
+    eeprom_power_up(s, kbit * 128u, d.board.eeprom_write_cycle_us);
     s.chips.nvram = NvramState{};
     s.chips.nvram.faults.ack_budget = -1;
     s.image[kNvramPort] = port_value(s);

@@ -195,7 +195,7 @@ TEST_F(Eeprom, AChipThatStopsAcknowledgingGivesAClearCodeAndNoWedge) {
 
 TEST_F(Eeprom, AWriteCycleLongerThanThePollLimitFailsThePageAfterIt) {
     vex_EnableEEPROM(VEX_TRUE);
-    far::set_eeprom_write_cycle_us(sim(), 10000000);  // ten seconds
+    far::set_eeprom_write_cycle_us(sim(), 600000000);  // ten minutes
     const auto data = pattern(80, 2);
     const auto after = chip(0x840, 16);
     EXPECT_FALSE(vex_WriteMemory(0x800, data.data(), 80, VEX_MEMORY_EEPROM));
