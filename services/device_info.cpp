@@ -179,10 +179,4 @@ VEXSDK_API int32_t vex_GetBatteryLevel(uint32_t index) {
     return (plat::bus_read8(kBatteryStatus) >> index) & 1u ? 0 : 1;
 }
 
-VEXSDK_API VEX_BOOL vex_EnableLEDs(uint32_t leds) {
-    (void)leds;  // no controller has this
-    frame::set_last_error(VEX_ERR_NOT_SUPPORTED);
-    return VEX_FALSE;
-}
-
 }  // extern "C"

@@ -66,9 +66,6 @@ VEXSDK_API int32_t vex_GetRotaryID(void);
  * The single-slot controller (model code 5) cannot tell: records
  * VEX_ERR_NOT_SUPPORTED and returns 0. */
 VEXSDK_API int32_t vex_GetBatteryLevel(uint32_t index);
-/* Not supported on any controller: records VEX_ERR_NOT_SUPPORTED, returns
- * FALSE. (vex_EnableLED drives the user LED.) */
-VEXSDK_API VEX_BOOL vex_EnableLEDs(uint32_t leds);
 
 VEXSDK_EXTERN_C_END
 

@@ -140,7 +140,7 @@ TEST_F(DeviceInfo, SetMacChangesOnlyItsSixBytesAndLeavesTheEepromProtected) {
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_EEPROM_READ) << "a record that cannot be read is not written back";
 }
 
-TEST_F(DeviceInfo, LibraryVersionAndUnsupportedLeds) {
+TEST_F(DeviceInfo, LibraryVersionAndNullBuffers) {
     char buf[VEX_DEVICE_TEXT_SIZE] = "";
     EXPECT_EQ(vex_GetSDKVersion(buf), buf);
     EXPECT_STREQ(buf, "4.3.3.0");
@@ -149,9 +149,6 @@ TEST_F(DeviceInfo, LibraryVersionAndUnsupportedLeds) {
     EXPECT_TRUE(vex_CheckSDKVersion(0));
     EXPECT_FALSE(vex_CheckSDKVersion(0x04030301));
     EXPECT_FALSE(vex_CheckSDKVersion(0x05000000));
-    vex_ClearLastError();
-    EXPECT_FALSE(vex_EnableLEDs(1));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
     EXPECT_EQ(vex_GetSerialNumber(nullptr), 0);
     EXPECT_EQ(vex_GetCPUVersion(nullptr), 0);
     EXPECT_EQ(vex_GetOSBuild_DATE_TIME(nullptr, nullptr), 0);
