@@ -39,14 +39,19 @@ std::string text_of(int32_t (*get)(char*)) {
     return buf;
 }
 
-Facts gather() {
-    Facts f;
+constexpr const char* kUnreadable = "(unreadable)";
+
+// The facts of the factory record, unless it cannot be read at all (then
+// each call would try again for nothing).
+void gather_record(Facts& f) {
+    uint8_t record[56];
     vex_ClearLastError();
+    if (!vex_ReadMemory(0x23800, record, sizeof record, VEX_MEMORY_EEPROM)) {
+        f.record_error = vex_GetLastError();
+        f.serial = f.os = f.eboot = f.os_build = f.eboot_build = f.mac1 = f.mac2 = kUnreadable;
+        return;
+    }
     f.serial = text_of(vex_GetSerialNumber);
-    // Reading the record through its system address leaves the user form's
-    // code recorded; only a read error means the record is unreadable.
-    if (vex_GetLastError() == VEX_ERR_EEPROM_READ) f.record_error = VEX_ERR_EEPROM_READ;
-    f.cpu = text_of(vex_GetCPUVersion);
     f.os = text_of(vex_GetOSVersion);
     f.eboot = text_of(vex_GetEbootVersion);
     char buf[VEX_DEVICE_TEXT_SIZE] = "";
@@ -58,6 +63,13 @@ Facts gather() {
     f.mac1 = buf;
     vex_GetMacAddress(2, buf);
     f.mac2 = buf;
+}
+
+Facts gather() {
+    Facts f;
+    gather_record(f);
+    f.cpu = text_of(vex_GetCPUVersion);
+    char buf[VEX_DEVICE_TEXT_SIZE] = "";
     vex_GetSDKVersion(buf);
     f.sdk = buf;
     f.rotary = vex_GetRotaryID();
@@ -69,12 +81,13 @@ Facts gather() {
 }
 
 std::string mac_text(const std::string& hex) {
+    if (hex == kUnreadable) return hex;
     std::string out;
     for (size_t i = 0; i < hex.size(); i += 2) out += (i ? ":" : "") + hex.substr(i, 2);
     return out;
 }
 
-bool serial_valid(const Facts& f) { return f.serial != "5A5A5A5A5A5A5A5A"; }
+bool serial_valid(const Facts& f) { return !f.record_error && f.serial != "5A5A5A5A5A5A5A5A"; }
 
 const char* battery_text(const Facts& f, int i) {
     if (!f.battery_known) return "not reported on this model";
@@ -82,7 +95,8 @@ const char* battery_text(const Facts& f, int i) {
 }
 
 void print_text(const Facts& f) {
-    std::printf("serial number:      %s%s\n", f.serial.c_str(), serial_valid(f) ? "" : " (no valid number stored)");
+    std::printf("serial number:      %s%s\n", f.serial.c_str(),
+                serial_valid(f) || f.record_error ? "" : " (no valid number stored)");
     std::printf("CPU board version:  %s\n", f.cpu.c_str());
     std::printf("OS version:         %s\n", f.os.c_str());
     std::printf("OS build:           %s\n", f.os_build.c_str());
