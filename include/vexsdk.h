@@ -25,6 +25,7 @@
 #include "vexsdk/registry.h"
 #include "vexsdk/serial.h"
 #include "vexsdk/io.h"
+#include "vexsdk/modules.h"
 #include "vexsdk/memory.h"
 #include "vexsdk/device.h"
 

@@ -7,5 +7,6 @@ void register_info_command(CLI::App& app);
 void register_reg_command(CLI::App& app);
 void register_io_commands(CLI::App& app);      // di, do, wdt
 void register_serial_commands(CLI::App& app);  // serial, ports
+void register_module_commands(CLI::App& app);  // module
 void register_mem_commands(CLI::App& app);     // mem read/write/dump/protect/size
 void register_device_commands(CLI::App& app);  // device, device set-mac
