@@ -87,6 +87,13 @@ TEST_F(SimPeripherals, OsTimerCountsAndLatchesMatches) {
     EXPECT_EQ(reg_read(Page::OsTimer, ost::kIrqEnable), 0xFu);
 }
 
+TEST_F(SimPeripherals, OsTimerWaitLastsItsTicks) {
+    // 3250 ticks are a millisecond: the wait may not end before.
+    const uint32_t t0 = os_timer_count();
+    ASSERT_TRUE(os_timer_wait(3250));
+    EXPECT_GT(os_timer_count() - t0, 3250u);
+}
+
 TEST_F(SimPeripherals, PlainPagesKeepTheirRegistersForEveryProcess) {
     reg_write(Page::Pwm1, pwm::kDuty, 51);
     reg_write(Page::Clock, clock::kEnable, 2);

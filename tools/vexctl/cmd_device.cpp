@@ -7,23 +7,16 @@
 #include <string>
 
 #include "platform/text_codec.h"
+#include "tools/common/cli.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
 
-[[noreturn]] void fail(int code, const std::string& message) {
-    std::fprintf(stderr, "vexctl: %s\n", message.c_str());
-    std::exit(code);
-}
-
-std::string error_text(uint32_t code) {
-    wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
-    vex_GetErrorMessage(code, message);
-    char head[32];
-    std::snprintf(head, sizeof head, "error 0x%X", code);
-    return message[0] ? std::string(head) + ": " + vex::plat::to_utf8(message) : std::string(head);
-}
+using vex::tools::error_text;
+using vex::tools::fail;
+using vex::tools::kExitFailed;
+using vex::tools::kExitUsage;
 
 struct Facts {
     std::string serial, cpu, os, eboot, os_build, eboot_build, mac1, mac2, sdk;
@@ -152,7 +145,7 @@ void register_device_commands(CLI::App& app) {
     set_mac->add_option("mac", mac, "Twelve hex digits, e.g. 001122AABBCC (':' or '-' between bytes allowed)")
         ->required();
     set_mac->callback([] {
-        if (index_text != "1" && index_text != "2") fail(2, "adapter must be 1 or 2, not '" + index_text + "'");
+        if (index_text != "1" && index_text != "2") fail(kExitUsage, "adapter must be 1 or 2, not '" + index_text + "'");
         std::string digits;
         for (char c : mac) {
             if (c != ':' && c != '-') digits += c;
@@ -160,7 +153,7 @@ void register_device_commands(CLI::App& app) {
         vex_ClearLastError();
         if (!_vex_set_mac_address(static_cast<uint8_t>(index_text[0] - '0'), vex::plat::from_utf8(digits).c_str())) {
             const uint32_t code = vex_GetLastError();
-            fail(code == VEX_ERR_INVALID_MAC ? 2 : 1,
+            fail(code == VEX_ERR_INVALID_MAC ? kExitUsage : kExitFailed,
                  code == VEX_ERR_INVALID_MAC ? "'" + mac + "' is not a MAC address of twelve hex digits"
                                              : "cannot store the MAC address: " + error_text(code));
         }

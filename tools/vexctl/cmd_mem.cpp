@@ -13,35 +13,17 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/cli.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
 
-// Exit codes: 1 = the controller refused or cannot, 2 = bad command line.
-[[noreturn]] void fail(int code, const std::string& message) {
-    std::fprintf(stderr, "vexctl: %s\n", message.c_str());
-    std::exit(code);
-}
-
-uint32_t parse_number(const std::string& text, const char* what) {
-    char* end = nullptr;
-    errno = 0;
-    const unsigned long long v = std::strtoull(text.c_str(), &end, 0);
-    if (text.empty() || text[0] == '-' || text[0] == '+' || *end != '\0' || errno != 0 || v > 0xFFFFFFFFull)
-        fail(2, std::string(what) + " must be a number from 0 to 0xFFFFFFFF (decimal or 0x hex), not '" + text + "'");
-    return static_cast<uint32_t>(v);
-}
-
-std::string error_text(uint32_t code) {
-    wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
-    vex_GetErrorMessage(code, message);
-    char narrow[VEX_ERROR_MESSAGE_SIZE * 4] = "";
-    if (message[0]) vex_WideToAnsiString(message, narrow);
-    char head[32];
-    std::snprintf(head, sizeof head, "error 0x%X", code);
-    return narrow[0] ? std::string(head) + ": " + narrow : std::string(head);
-}
+using vex::tools::error_text;
+using vex::tools::parse_number;
+using vex::tools::fail;
+using vex::tools::kExitFailed;
+using vex::tools::kExitUsage;
 
 struct Kind {
     const char* name;
@@ -59,7 +41,7 @@ const Kind& parse_kind(const std::string& text) {
     for (const Kind& k : kKinds) {
         if (text == k.name) return k;
     }
-    fail(2, "memory must be sram, eeprom or nvram, not '" + text + "'");
+    fail(kExitUsage, "memory must be sram, eeprom or nvram, not '" + text + "'");
 }
 
 std::vector<uint8_t> parse_hex(const std::string& text) {
@@ -68,9 +50,9 @@ std::vector<uint8_t> parse_hex(const std::string& text) {
         if (std::isxdigit(static_cast<unsigned char>(c)))
             digits += c;
         else if (c != ' ' && c != ':' && c != '-')
-            fail(2, "DATA must be hexadecimal bytes (e.g. DEADBEEF or de:ad:be:ef), not '" + text + "'");
+            fail(kExitUsage, "DATA must be hexadecimal bytes (e.g. DEADBEEF or de:ad:be:ef), not '" + text + "'");
     }
-    if (digits.empty() || digits.size() % 2) fail(2, "DATA must be whole bytes: an even number of hex digits");
+    if (digits.empty() || digits.size() % 2) fail(kExitUsage, "DATA must be whole bytes: an even number of hex digits");
     std::vector<uint8_t> out;
     for (size_t i = 0; i < digits.size(); i += 2)
         out.push_back(static_cast<uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
@@ -145,10 +127,10 @@ void hex_dump(uint32_t address, const std::vector<uint8_t>& data) {
 
 std::vector<uint8_t> read_file(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in) fail(1, "cannot read " + path + ": " + std::strerror(errno));
+    if (!in) fail(kExitFailed, "cannot read " + path + ": " + std::strerror(errno));
     std::vector<uint8_t> data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (data.empty()) fail(2, path + " is empty: nothing to write");
-    if (data.size() > 0x1000000) fail(2, path + " is larger than any memory of the controller");
+    if (data.empty()) fail(kExitUsage, path + " is empty: nothing to write");
+    if (data.size() > 0x1000000) fail(kExitUsage, path + " is larger than any memory of the controller");
     return data;
 }
 
@@ -158,9 +140,9 @@ void write_file(const std::string& path, const std::vector<uint8_t>& data) {
     {
         std::ofstream out(aside, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
-        if (!out) fail(1, "cannot write " + aside + ": " + std::strerror(errno));
+        if (!out) fail(kExitFailed, "cannot write " + aside + ": " + std::strerror(errno));
     }
-    if (std::rename(aside.c_str(), path.c_str()) != 0) fail(1, "cannot rename " + aside + " to " + path);
+    if (std::rename(aside.c_str(), path.c_str()) != 0) fail(kExitFailed, "cannot rename " + aside + " to " + path);
 }
 
 struct Options {
@@ -187,11 +169,11 @@ void register_mem_commands(CLI::App& app) {
         const Kind& k = parse_kind(o.kind);
         const uint32_t address = parse_number(o.address, "ADDR");
         const uint32_t length = parse_number(o.length, "LEN");
-        if (length == 0 || length > 0x1000000) fail(2, "LEN must be 1 to 0x1000000");
+        if (length == 0 || length > 0x1000000) fail(kExitUsage, "LEN must be 1 to 0x1000000");
         std::vector<uint8_t> data(length);
         const std::string error =
             transfer(k, address, data.data(), nullptr, length, show_progress(o.progress, false, length, k.chunk));
-        if (!error.empty()) fail(1, error);
+        if (!error.empty()) fail(kExitFailed, error);
         hex_dump(address, data);
         std::exit(0);
     });
@@ -206,14 +188,14 @@ void register_mem_commands(CLI::App& app) {
     write->callback([] {
         const Kind& k = parse_kind(o.kind);
         const uint32_t address = parse_number(o.address, "ADDR");
-        if (o.data.empty() == o.file.empty()) fail(2, "give either DATA or --file");
+        if (o.data.empty() == o.file.empty()) fail(kExitUsage, "give either DATA or --file");
         const std::vector<uint8_t> data = o.file.empty() ? parse_hex(o.data) : read_file(o.file);
         const auto length = static_cast<uint32_t>(data.size());
         if (o.unprotect) vex_EnableEEPROM(VEX_TRUE);
         const std::string error =
             transfer(k, address, nullptr, data.data(), length, show_progress(o.progress, false, length, k.chunk));
         if (o.unprotect) vex_EnableEEPROM(VEX_FALSE);
-        if (!error.empty()) fail(1, error);
+        if (!error.empty()) fail(kExitFailed, error);
         std::printf("wrote %u bytes to %s at 0x%X\n", length, k.name, address);
         std::exit(0);
     });
@@ -235,12 +217,12 @@ void register_mem_commands(CLI::App& app) {
             length = k.usable - from;
         }
         if (k.type == VEX_MEMORY_SRAM && vex_GetMemorySize(VEX_MEMORY_SRAM) == 0)
-            fail(1, "this controller has no SRAM");
-        if (length == 0) fail(2, "nothing to dump: give --length");
+            fail(kExitFailed, "this controller has no SRAM");
+        if (length == 0) fail(kExitUsage, "nothing to dump: give --length");
         std::vector<uint8_t> data(length);
         const std::string error =
             transfer(k, from, data.data(), nullptr, length, show_progress(o.progress, o.quiet, length, k.chunk));
-        if (!error.empty()) fail(1, error + " (" + o.target + " left as it was)");
+        if (!error.empty()) fail(kExitFailed, error + " (" + o.target + " left as it was)");
         write_file(o.target, data);
         std::printf("dumped %u bytes of %s from 0x%X into %s\n", length, k.name, from, o.target.c_str());
         std::exit(0);
@@ -250,7 +232,7 @@ void register_mem_commands(CLI::App& app) {
     CLI::App* protect = mem->add_subcommand("protect", "Switch the EEPROM's write protect on or off");
     protect->add_option("state", state, "on or off")->required();
     protect->callback([] {
-        if (state != "on" && state != "off") fail(2, "state must be on or off, not '" + state + "'");
+        if (state != "on" && state != "off") fail(kExitUsage, "state must be on or off, not '" + state + "'");
         vex_EnableEEPROM(state == "off" ? VEX_TRUE : VEX_FALSE);
         std::exit(0);
     });
