@@ -5,6 +5,7 @@
 
 #include "frame/backplane.h"
 #include "io/parallel_io.h"
+#include "irq/irq.h"
 #include "platform/controller.h"
 #include "platform/system.h"
 #include "serial/port_table.h"
@@ -40,9 +41,11 @@ void library_attach() {
     if (const std::string memory = services::attach_memory(); !memory.empty()) report(memory);
     serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();
+    irq::attach_interrupts();
 }
 
 void library_detach() {
+    irq::detach_interrupts();  // service threads call into everything below
     io::detach_parallel_io();
     pub_Orvale_Deinit();
     services::detach_memory();

@@ -26,6 +26,8 @@
 #include "vexsdk/serial.h"
 #include "vexsdk/io.h"
 #include "vexsdk/modules.h"
+#include "vexsdk/irq.h"
+#include "vexsdk/hotplug.h"
 #include "vexsdk/memory.h"
 #include "vexsdk/device.h"
 

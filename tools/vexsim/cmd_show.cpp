@@ -91,6 +91,8 @@ int show(const std::string& name) {
             show_slot(i, s.slots[i], now);
         }
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
+        vex::sim::models::timers_advance(s, now);
+        show_interrupts(s, now);
         return 0;
     });
     return 0;

@@ -23,4 +23,7 @@ void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycl
 void register_show_commands(CLI::App& app);        // show, trace
 void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
+void register_irq_commands(CLI::App& app);         // irq
+// The interrupt, timer and hot-plug part of vexsim show (state locked).
+void show_interrupts(const vex::sim::State& s, uint64_t now);
 void register_chip_commands(CLI::App& app);        // chips, fault, set battery/rotary (after control)
