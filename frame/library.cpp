@@ -9,6 +9,7 @@
 #include "platform/controller.h"
 #include "platform/system.h"
 #include "serial/port_table.h"
+#include "services/memory.h"
 #include "vexsdk.h"
 
 namespace vex::frame {
@@ -37,6 +38,7 @@ void library_attach() {
     load_controller_model();
     ++g_load_count;
     pub_Orvale_Init();
+    if (const std::string memory = services::attach_memory(); !memory.empty()) report(memory);
     serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();
     irq::attach_interrupts();
@@ -46,6 +48,7 @@ void library_detach() {
     irq::detach_interrupts();  // service threads call into everything below
     io::detach_parallel_io();
     pub_Orvale_Deinit();
+    services::detach_memory();
     --g_load_count;
     forget_backplane_base();
     serial::detach();  // closes ports left open before the controller goes

@@ -28,5 +28,7 @@
 #include "vexsdk/modules.h"
 #include "vexsdk/irq.h"
 #include "vexsdk/hotplug.h"
+#include "vexsdk/memory.h"
+#include "vexsdk/device.h"
 
 #endif /* VEXSDK_H */

@@ -58,6 +58,13 @@ inline void clear(uint32_t pin) {
 inline uint32_t level(uint32_t pin) {
     return pin < kPins ? reg_read(Page::Gpio, reg_of_pin(kLevel, pin)) & bit(pin) : 0;
 }
+// How a pin is set up: its alternate function (0 = GPIO) and direction.
+inline uint32_t function_of(uint32_t pin) {
+    return pin < kPins ? (reg_read(Page::Gpio, alt_function_reg(pin)) >> ((pin & 15) * 2)) & 3u : 0;
+}
+inline bool is_output(uint32_t pin) {
+    return pin < kPins && (reg_read(Page::Gpio, reg_of_pin(kDirection, pin)) & bit(pin)) != 0;
+}
 // Edge-detect status as a mask; clear_edge writes the pin's bit to clear it.
 inline uint32_t edge_detected(uint32_t pin) {
     return pin < kPins ? reg_read(Page::Gpio, reg_of_pin(kEdgeStatus, pin)) & bit(pin) : 0;

@@ -13,6 +13,28 @@ cpu_id = 2
 backplane_version = 3
 slots = 8
 dip_switch = 0x05
+board_version = 17          # CPU board version; its top three bits are the CPU ID
+rotary = 3
+battery1_low = false
+battery2_low = false
+
+# Memory chips: battery-backed SRAM behind the paged window, I2C EEPROM.
+[memory]
+sram_kib = 512
+eeprom_kbit = 128
+eeprom_write_cycle_us = 5000
+
+# Factory record, written into the EEPROM's system area when the instance
+# is first created.
+[factory]
+serial = "2D4C11A30B7E00"
+serial_crc = "valid"
+eboot_version = "1.3.0.7"
+os_version = "6.0.2.14"
+mac1 = "02:56:58:00:10:01"
+mac2 = "02:56:58:00:10:02"
+eboot_build = 2023-11-06 10:42:17
+os_build = 2024-03-19 16:05:44
 
 # 32-channel output module with read-back and module watchdog.
 [[slot]]

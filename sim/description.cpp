@@ -7,6 +7,7 @@
 
 #include "platform/text_codec.h"
 #include "sim/description_reader.h"
+#include "sim/description_board.h"
 
 namespace vex::sim {
 namespace detail {
@@ -122,7 +123,9 @@ using detail::Reader;
 
 void read_controller(Reader& r, const toml::table& t, Description& d) {
     const std::string what = "[controller]";
-    r.only(t, {"hardware_id", "cpu_id", "backplane_version", "slots", "dip_switch"}, what);
+    r.only(t, {"hardware_id", "cpu_id", "backplane_version", "slots", "dip_switch", "board_version", "rotary",
+              "battery1_low", "battery2_low"},
+           what);
     d.hardware_id = r.text(t, "hardware_id", d.hardware_id, 63, what);
     d.cpu_id = r.small<uint8_t>(t, "cpu_id", d.cpu_id, 0, 7, what);
     d.backplane_version = r.small<uint8_t>(t, "backplane_version", d.backplane_version, 0, 255, what);
@@ -224,7 +227,7 @@ std::optional<Description> parse_description(const std::string& text, std::strin
     }
     Description d;
     Reader r(source, error);
-    r.only(root, {"controller", "slot", "port", "registry"}, "description");
+    r.only(root, {"controller", "slot", "port", "registry", "memory", "factory"}, "description");
     if (const toml::table* c = r.table(root, "controller", "description")) read_controller(r, *c, d);
     for (const toml::table* t : r.tables(root, "slot", "description")) read_slot(r, *t, d);
     for (const toml::table* t : r.tables(root, "port", "description")) detail::read_port(r, *t, d);
@@ -235,6 +238,7 @@ std::optional<Description> parse_description(const std::string& text, std::strin
     }
     detail::check_serial(r, root, d);
     if (!r.ok()) return std::nullopt;
+    if (!parse_board_description(root, d, error)) return std::nullopt;
     return d;
 }
 

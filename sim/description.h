@@ -90,6 +90,31 @@ struct RegistryPreset {
     uint32_t number = 0;
 };
 
+// The factory record kept in the EEPROM's system area.
+struct FactoryDescription {
+    bool present = false;              // no [factory]: the system area stays erased
+    std::array<uint8_t, 7> serial{};   // silicon serial number
+    enum class Crc : uint8_t { Valid, Invalid, Explicit } crc = Crc::Valid;
+    uint8_t crc_byte = 0;              // Crc::Explicit
+    std::array<uint8_t, 4> eboot_version{};
+    std::array<uint8_t, 4> os_version{};
+    std::array<uint8_t, 6> mac1{};
+    std::array<uint8_t, 6> mac2{};
+    std::array<uint16_t, 6> eboot_build{};  // year, month, day, hour, minute, second
+    std::array<uint16_t, 6> os_build{};
+};
+
+// The memory chips and board facts (sim/description_board.cpp).
+struct BoardDescription {
+    uint32_t eeprom_kbit = 0;          // 128 or 512; 0 = by model (512 on "LT44")
+    int32_t sram_kib = -1;             // 0..512; -1 = by model (none on "LT4")
+    uint32_t eeprom_write_cycle_us = 5000;
+    uint8_t rotary = 0;                // rotary switch position
+    int16_t board_version = -1;        // 0..63; -1 = cpu_id * 8
+    bool battery1_low = false;
+    bool battery2_low = false;
+};
+
 struct Description {
     std::string hardware_id = "HR4-8000";
     uint8_t cpu_id = 2;
@@ -99,6 +124,8 @@ struct Description {
     std::array<SlotDescription, kSlots> slots{};
     std::vector<PortDescription> ports;  // COM0: may be listed for its settings (no modules)
     std::vector<RegistryPreset> registry;
+    FactoryDescription factory;
+    BoardDescription board;
 };
 
 // Parses a description. On error returns nothing and explains in *error,

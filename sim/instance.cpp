@@ -16,6 +16,7 @@
 #include "platform/text_codec.h"
 #include "sim/host.h"
 #include "sim/interrupt_lines.h"
+#include "sim/models/memory.h"
 #include "sim/models/models.h"
 #include "sim/models/peripherals.h"
 #include "sim/serial_modules/control.h"
@@ -104,6 +105,7 @@ Instance::Instance(std::string name, std::unique_ptr<plat::SharedSection> sectio
 
 Instance::~Instance() {
     if (g_current == this) g_current = nullptr;
+    models::close_chip_images(*state_);
 }
 
 std::optional<Description> Instance::description(std::string* error) const {
@@ -129,6 +131,11 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
     if (!section) return fail("cannot map the shared state of instance '" + name + "'");
     std::unique_ptr<Instance> inst(new Instance(name, std::move(section)));
     State& s = inst->state();
+    // The chips' contents are files of the instance directory; the EEPROM's
+    // is made with the description's factory record when it is missing.
+    std::string chip_error;
+    if (!models::open_chip_images(s, dir, [&](std::string* e) { return inst->description(e); }, &chip_error))
+        return fail("instance '" + name + "': " + chip_error);
     const bool foreign = s.magic == kStateMagic && (s.layout != kStateLayout || s.size != sizeof(State));
     if (foreign && !replace_foreign)
         return fail("instance '" + name + "' was made by an incompatible build (state layout " +
@@ -156,6 +163,7 @@ bool Instance::power_cycle(std::string* error) {
     // lock: it stays as it is and is held while the rest starts afresh.
     SerialPortState ports[kSerialPorts];
     state_->lock.lock();
+    models::memory_settle(*state_);  // a page a dead process left half copied
     state_->magic = 0;
     std::memcpy(ports, state_->serial_ports, sizeof ports);
     power_up(*d, ports);
@@ -188,6 +196,7 @@ void Instance::power_up(const Description& d, const SerialPortState* keep_ports)
     models::backplane_power_up(s, d);
     models::peripherals_power_up(s);
     serial::power_up(s, d, now);
+    models::memory_power_up(s, d);
     for (int i = 0; i < kSlots && i < d.slot_count; ++i) {
         if (d.slots[static_cast<size_t>(i)].kind != ModuleKind::Empty)
             models::slot_install(s, i, d.slots[static_cast<size_t>(i)], now);
@@ -219,6 +228,7 @@ uint8_t Instance::read8(uint32_t offset) {
     Guard g(*state_);
     State& s = *state_;
     const uint64_t now = now_ns();
+    if (models::memory_decodes(s, offset)) return models::memory_read(s, offset, now);
     if (offset >= 0x1000 && offset < 0x9000)
         return s.image[offset] = models::slot_read(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, now);
     if (offset >= 0x9000 && offset < 0x9100) return models::backplane_read(s, offset, now);
@@ -231,7 +241,9 @@ void Instance::write8(uint32_t offset, uint8_t value) {
     State& s = *state_;
     const uint64_t now = now_ns();
     trace(offset, value, 1, now);
-    if (offset >= 0x1000 && offset < 0x9000) {
+    if (models::memory_decodes(s, offset)) {
+        models::memory_write(s, offset, value, now);
+    } else if (offset >= 0x1000 && offset < 0x9000) {
         const int slot = static_cast<int>(offset / 0x1000) - 1;
         models::slot_write(s, slot, offset & 0xFFF, value, now);
         mirror_slot(s, slot, now);

@@ -7,13 +7,14 @@
 #include <cstdint>
 
 #include "platform/shared_section.h"
+#include "sim/chip_state.h"
 #include "sim/peripheral_state.h"
 #include "sim/serial_state.h"
 
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 4;
+inline constexpr uint32_t kStateLayout = 5;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -166,6 +167,7 @@ struct State {
     SerialPortState serial_ports[kSerialPorts];
 
     Peripherals peripherals;   // the processor's own pages (sim/models/peripherals.cpp)
+    MemoryChips chips;         // SRAM, EEPROM, NVRAM and board facts (sim/models/memory.h)
 
     IrqState irq;              // interrupts, backplane timers, hot plug (sim/models/slot_irq.cpp, timer_block.cpp)
 

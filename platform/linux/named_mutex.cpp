@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/linux/named_mutex_calls.h"
 #include "platform/shared_section.h"
 
 namespace vex::plat {
@@ -22,13 +23,25 @@ struct NamedMutex::Shared {
 namespace {
 constexpr uint32_t kReady = 0x4D555458;  // "MUTX"
 
+int real_fstat(int fd, struct stat* st) { return ::fstat(fd, st); }
+int real_close(int fd) { return ::close(fd); }
+void* real_mmap(void* addr, size_t length, int prot, int flags, int fd, off_t offset) {
+    return ::mmap(addr, length, prot, flags, fd, offset);
+}
+constexpr NamedMutexCalls kRealCalls = {::shm_open, ::flock, real_fstat, ::ftruncate, real_mmap, real_close};
+NamedMutexCalls g_calls = kRealCalls;
+
 std::string os_error(const char* call, const std::string& name) {
     return std::string(call) + "(" + name + "): " + std::strerror(errno);
 }
 }  // namespace
 
+NamedMutexCalls& named_mutex_calls() { return g_calls; }
+void reset_named_mutex_calls() { g_calls = kRealCalls; }
+
 std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::string* error) {
-    const int fd = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    const NamedMutexCalls& c = g_calls;
+    const int fd = c.shm_open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) {
         if (error) *error = os_error("shm_open", name);
         return nullptr;
@@ -36,17 +49,17 @@ std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::strin
     // Whoever holds the flock either finds a ready mutex or makes it.
     Shared* shared = nullptr;
     std::string why;
-    if (::flock(fd, LOCK_EX) != 0) {
+    if (c.flock(fd, LOCK_EX) != 0) {
         why = os_error("flock", name);
     } else {
         struct stat st {};
-        if (::fstat(fd, &st) != 0) {
+        if (c.fstat(fd, &st) != 0) {
             why = os_error("fstat", name);
         } else if (static_cast<size_t>(st.st_size) < sizeof(Shared) &&
-                   ::ftruncate(fd, static_cast<off_t>(sizeof(Shared))) != 0) {
+                   c.ftruncate(fd, static_cast<off_t>(sizeof(Shared))) != 0) {
             why = os_error("ftruncate", name);
         } else {
-            void* p = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+            void* p = c.mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
             if (p == MAP_FAILED) {
                 why = os_error("mmap", name);
             } else {
@@ -57,11 +70,16 @@ std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::strin
                 }
             }
         }
+        // Unlock explicitly: the mapping keeps the open file alive, and
+        // with it the flock, after the descriptor is closed. A lock that
+        // stays would block every later opener: give the mapping up.
+        if (c.flock(fd, LOCK_UN) != 0 && shared) {
+            why = os_error("flock", name);
+            ::munmap(shared, sizeof(Shared));
+            shared = nullptr;
+        }
     }
-    // Unlock explicitly: the mapping keeps the open file alive, and with it
-    // the flock, after the descriptor is closed.
-    ::flock(fd, LOCK_UN);
-    ::close(fd);
+    c.close(fd);
     if (!shared) {
         if (error) *error = why;
         return nullptr;

@@ -75,10 +75,14 @@ bool gpio_pin_high(const State& s, uint32_t pin) {
     return (s.peripherals.gpio.level[pin >> 5] & g::bit(pin)) != 0;
 }
 
-void gpio_pull(State& s, uint32_t pin, bool low, uint64_t now) {
+void gpio_hold(State& s, uint32_t pin, bool low) {
     if (pin >= g::kPins) return;
     uint32_t& pulled = s.peripherals.gpio.pulled_low[pin >> 5];
     pulled = low ? (pulled | g::bit(pin)) : (pulled & ~g::bit(pin));
+}
+
+void gpio_pull(State& s, uint32_t pin, bool low, uint64_t now) {
+    gpio_hold(s, pin, low);
     settle(s, now);
 }
 

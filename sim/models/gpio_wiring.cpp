@@ -4,6 +4,7 @@
 // single-slot controller's slot interrupt on 3, the LED on 84, the
 // backlight on 52) are read by whoever needs them through gpio_pin_high.
 #include "platform/gpio.h"
+#include "sim/models/memory.h"
 #include "sim/models/peripherals.h"
 
 namespace vex::sim::models {
@@ -14,10 +15,12 @@ struct Wire {
     void (*changed)(State& s, uint64_t now);
 };
 
-// One entry per watched pin; a device watching several pins is called once
-// per change round however many of its pins moved.
+// One entry per watched pin; a device watching several pins (entries kept
+// together) is called once per change round however many of them moved.
 constexpr Wire kWires[] = {
-    {0xFFFFFFFFu, nullptr},  // end marker: no device yet
+    {12, eeprom_lines_changed},  // EEPROM clock (SCL)
+    {22, eeprom_lines_changed},  // EEPROM data (SDA)
+    {4, eeprom_lines_changed},   // EEPROM write protect (WP)
 };
 
 }  // namespace

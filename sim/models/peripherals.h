@@ -27,6 +27,10 @@ void gpio_power_up(State& s);
 // open-drain bus). Edges latch and wired devices hear of the change.
 void gpio_pull(State& s, uint32_t pin, bool low, uint64_t now);
 bool gpio_pin_high(const State& s, uint32_t pin);
+// For devices answering a change (called from gpio_wiring_changed): holds
+// or lets go of a pin without settling; the settling loop in progress
+// takes the new level into account in its next round.
+void gpio_hold(State& s, uint32_t pin, bool low);
 // Called with the pins whose level just changed (sim/models/gpio_wiring.cpp):
 // tells the devices wired to them. Devices may pull pins in turn.
 void gpio_wiring_changed(State& s, const uint32_t changed[kGpioBanks], uint64_t now);

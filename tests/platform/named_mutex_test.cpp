@@ -1,10 +1,16 @@
 // Named robust mutexes between real processes.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
+
+#include <cerrno>
 #include <unistd.h>
 
+#include "platform/linux/named_mutex_calls.h"
 #include "platform/named_mutex.h"
 
 namespace {
@@ -74,6 +80,58 @@ TEST(NamedMutex, BadNameIsAClearError) {
     std::string error;
     EXPECT_EQ(NamedMutex::open("no-leading-slash/x", &error), nullptr);
     EXPECT_NE(error.find("shm_open"), std::string::npos) << error;
+}
+
+}  // namespace
+
+namespace {
+
+// Fails the Nth call through the table (counting every call), with EIO.
+struct Countdown {
+    static inline int left = 0;
+    static bool fail_now() { return --left == 0 ? (errno = EIO, true) : false; }
+};
+
+int open_fds() {
+    int n = 0;
+    for (int fd = 0; fd < 1024; ++fd) n += ::fcntl(fd, F_GETFD) != -1;
+    return n;
+}
+
+TEST(NamedMutexFailures, EachFailingCallIsNamedAndLeaksNothing) {
+    using vex::plat::named_mutex_calls;
+    auto& c = named_mutex_calls();
+    c.shm_open = [](const char* n, int f, mode_t m) { return Countdown::fail_now() ? -1 : ::shm_open(n, f, m); };
+    c.flock = [](int fd, int op) { return Countdown::fail_now() ? -1 : ::flock(fd, op); };
+    c.fstat = [](int fd, struct stat* st) { return Countdown::fail_now() ? -1 : ::fstat(fd, st); };
+    c.ftruncate = [](int fd, off_t len) { return Countdown::fail_now() ? -1 : ::ftruncate(fd, len); };
+    c.mmap = [](void* a, size_t l, int p, int f, int fd, off_t o) {
+        return Countdown::fail_now() ? MAP_FAILED : ::mmap(a, l, p, f, fd, o);
+    };
+    const std::string name = unique_name() + "f";
+    const int fds = open_fds();
+    const char* calls[] = {"shm_open", "flock", "fstat", "ftruncate", "mmap", "flock"};
+    for (int n = 1;; ++n) {
+        NamedMutex::remove(name);
+        Countdown::left = n;
+        std::string error;
+        auto m = NamedMutex::open(name, &error);
+        if (m) {
+            EXPECT_EQ(n, 7) << "every call of a fresh open was failed once";
+            m->lock();
+            m->unlock();
+            break;
+        }
+        ASSERT_LE(n, 6);
+        EXPECT_EQ(error.rfind(calls[n - 1], 0), 0u) << "call " << n << ": " << error;
+        EXPECT_NE(error.find(name), std::string::npos) << error;
+        EXPECT_EQ(open_fds(), fds) << "call " << n;
+    }
+    vex::plat::reset_named_mutex_calls();
+    // A failed unlock gave its mapping up: nothing stays locked.
+    auto again = NamedMutex::open(name, nullptr);
+    EXPECT_TRUE(again);
+    NamedMutex::remove(name);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <chrono>
+
 #include "platform/gpio.h"
 #include "platform/os_timer.h"
 #include "platform/peripherals.h"
@@ -74,6 +76,14 @@ TEST_F(HwPeripherals, GpioOperationsChangeOnlyTheirPin) {
     gpio::make_output(200);
     EXPECT_EQ(gpio::level(121), 0u);
     EXPECT_EQ(mem.peek32(kGpio + 0x118), 1u << 4);
+}
+
+TEST_F(HwPeripherals, AWaitOnACounterThatDoesNotRunEnds) {
+    // The file's counter never moves: the wait gives up instead of spinning on.
+    mem.poke32(0x40A00010, 0xFFFFFFFF);
+    const auto t0 = std::chrono::steady_clock::now();
+    EXPECT_FALSE(os_timer_wait(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(5));
 }
 
 TEST(HwPeripheralsMissing, PagesOutsideTheDeviceFloat) {

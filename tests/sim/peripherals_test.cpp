@@ -15,33 +15,35 @@ namespace far = vex::sim::far;
 
 class SimPeripherals : public vex::test::SimFixture {};
 
+// Pins of bank 1 (32..63): nothing the library sets up at load.
 TEST_F(SimPeripherals, PinsAreWiredAndWithThePullUp) {
-    EXPECT_TRUE(far::pin_high(sim(), 22)) << "an input nobody drives is pulled up";
-    gpio::clear(22);
-    EXPECT_TRUE(far::pin_high(sim(), 22)) << "the latch does not drive an input";
-    gpio::make_output(22);
-    EXPECT_FALSE(far::pin_high(sim(), 22));
-    EXPECT_EQ(gpio::level(22), 0u);
-    gpio::set(22);
-    EXPECT_TRUE(far::pin_high(sim(), 22));
+    EXPECT_TRUE(far::pin_high(sim(), 40)) << "an input nobody drives is pulled up";
+    gpio::clear(40);
+    EXPECT_TRUE(far::pin_high(sim(), 40)) << "the latch does not drive an input";
+    gpio::make_output(40);
+    EXPECT_FALSE(far::pin_high(sim(), 40));
+    EXPECT_EQ(gpio::level(40), 0u);
+    gpio::set(40);
+    EXPECT_TRUE(far::pin_high(sim(), 40));
 
-    far::hold_pin_low(sim(), 22, true);
-    EXPECT_EQ(gpio::level(22), 0u) << "a device holding the line low wins over a high output";
-    gpio::make_input(22);
-    EXPECT_EQ(gpio::level(22), 0u);
-    far::hold_pin_low(sim(), 22, false);
-    EXPECT_EQ(gpio::level(22), 1u << 22);
+    far::hold_pin_low(sim(), 40, true);
+    EXPECT_EQ(gpio::level(40), 0u) << "a device holding the line low wins over a high output";
+    gpio::make_input(40);
+    EXPECT_EQ(gpio::level(40), 0u);
+    far::hold_pin_low(sim(), 40, false);
+    EXPECT_EQ(gpio::level(40), 1u << 8);
 
     // Direction and function updates keep the other pins of the bank.
-    gpio::make_output(4);
-    gpio::make_output(12);
-    gpio::make_input(4);
-    EXPECT_EQ(reg_read(Page::Gpio, gpio::kDirection), 1u << 12);
+    gpio::make_output(36);
+    gpio::make_output(44);
+    gpio::make_input(36);
+    gpio::make_input(40);
+    EXPECT_EQ(reg_read(Page::Gpio, gpio::reg(gpio::kDirection, 1)), 1u << 12);
     gpio::select_function(16, 2);
     gpio::select_function(17, 1);
     EXPECT_EQ(reg_read(Page::Gpio, gpio::alt_function_reg(16)), 0x6u);
-    reg_write(Page::Gpio, gpio::kLevel, 0);  // read-only
-    EXPECT_EQ(gpio::level(4), 1u << 4);
+    reg_write(Page::Gpio, gpio::reg(gpio::kLevel, 1), 0);  // read-only
+    EXPECT_EQ(gpio::level(36), 1u << 4);
     EXPECT_EQ(reg_read(Page::Gpio, gpio::kSet), 0u) << "set and clear are write-only";
 }
 
@@ -85,6 +87,13 @@ TEST_F(SimPeripherals, OsTimerCountsAndLatchesMatches) {
     EXPECT_EQ(reg_read(Page::OsTimer, ost::kIrqEnable), 0xFu);
 }
 
+TEST_F(SimPeripherals, OsTimerWaitLastsItsTicks) {
+    // 3250 ticks are a millisecond: the wait may not end before.
+    const uint32_t t0 = os_timer_count();
+    ASSERT_TRUE(os_timer_wait(3250));
+    EXPECT_GT(os_timer_count() - t0, 3250u);
+}
+
 TEST_F(SimPeripherals, PlainPagesKeepTheirRegistersForEveryProcess) {
     reg_write(Page::Pwm1, pwm::kDuty, 51);
     reg_write(Page::Clock, clock::kEnable, 2);
@@ -99,12 +108,12 @@ TEST_F(SimPeripherals, PlainPagesKeepTheirRegistersForEveryProcess) {
     EXPECT_EQ(other->page_read32(Page::Pwm1, pwm::kDuty), 51u);
     EXPECT_EQ(other->page_read32(Page::Clock, clock::kEnable), 2u);
     EXPECT_EQ(other->page_read32(Page::IrqController, intc::kMask), 1u << 29);
-    gpio::make_output(12);
-    EXPECT_EQ(other->page_read32(Page::Gpio, gpio::kDirection), 1u << 12);
+    gpio::make_output(44);
+    EXPECT_EQ(other->page_read32(Page::Gpio, gpio::reg(gpio::kDirection, 1)), 1u << 12);
 
     ASSERT_TRUE(sim().power_cycle(&error)) << error;
     EXPECT_EQ(reg_read(Page::Pwm1, pwm::kDuty), 0u) << "power-up resets the pages";
-    EXPECT_EQ(gpio::level(12), 1u << 12);
+    EXPECT_EQ(reg_read(Page::Gpio, gpio::reg(gpio::kDirection, 1)), 0u);
 }
 
 }  // namespace

@@ -10,3 +10,5 @@ void register_serial_commands(CLI::App& app);  // serial, ports
 void register_module_commands(CLI::App& app);  // module
 void register_irq_commands(CLI::App& app);     // irq watch
 void register_timer_commands(CLI::App& app);   // timer, hotplug
+void register_mem_commands(CLI::App& app);     // mem read/write/dump/protect/size
+void register_device_commands(CLI::App& app);  // device, device set-mac

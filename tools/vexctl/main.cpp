@@ -16,6 +16,8 @@ int main(int argc, char** argv) {
     register_module_commands(app);
     register_irq_commands(app);
     register_timer_commands(app);
+    register_mem_commands(app);
+    register_device_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }

@@ -28,3 +28,4 @@ void register_serial_commands(CLI::App& app);      // set di/ai/pulses/format, f
 void register_irq_commands(CLI::App& app);         // irq
 // The interrupt, timer and hot-plug part of vexsim show (state locked).
 void show_interrupts(const vex::sim::State& s, uint64_t now);
+void register_chip_commands(CLI::App& app);        // chips, fault, set battery/rotary (after control)

@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
     register_irq_commands(app);
     register_host_command(app);
     register_serial_commands(app);
+    register_chip_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }
