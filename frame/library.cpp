@@ -8,6 +8,7 @@
 #include "platform/controller.h"
 #include "platform/system.h"
 #include "serial/port_table.h"
+#include "services/services.h"
 #include "vexsdk.h"
 
 namespace vex::frame {
@@ -38,9 +39,11 @@ void library_attach() {
     pub_Orvale_Init();
     serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();
+    services::attach_services();  // card store, buzzer, link monitor thread
 }
 
 void library_detach() {
+    services::detach_services();
     io::detach_parallel_io();
     pub_Orvale_Deinit();
     --g_load_count;

@@ -25,5 +25,9 @@
 #include "vexsdk/registry.h"
 #include "vexsdk/serial.h"
 #include "vexsdk/io.h"
+#include "vexsdk/watchdog.h"
+#include "vexsdk/panel.h"
+#include "vexsdk/storage.h"
+#include "vexsdk/network.h"
 
 #endif /* VEXSDK_H */

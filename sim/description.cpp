@@ -6,6 +6,7 @@
 #include <toml++/toml.h>
 
 #include "platform/text_codec.h"
+#include "sim/services_description.h"
 
 namespace vex::sim {
 namespace {
@@ -171,6 +172,7 @@ std::optional<Description> parse_description(const std::string& text, std::strin
         }
     }
     if (const toml::table* reg = root["registry"].as_table()) read_registry(r, *reg, d);
+    if (r.ok && !read_services_description(root, d, error)) r.ok = false;
     for (size_t i = d.slot_count; i < d.slots.size(); ++i) {
         if (d.slots[i].kind != ModuleKind::Empty)
             r.fail("[[slot]] " + std::to_string(i) + ": beyond the controller's slot count");

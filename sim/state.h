@@ -8,11 +8,12 @@
 
 #include "platform/shared_section.h"
 #include "sim/peripheral_state.h"
+#include "sim/services_state.h"
 
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 2;
+inline constexpr uint32_t kStateLayout = 3;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -127,6 +128,8 @@ struct State {
     SerialPortState serial_ports[kSerialPorts];
 
     Peripherals peripherals;   // the processor's own pages (sim/models/peripherals.cpp)
+
+    ServicesState services;    // system watchdogs, panel, card, links (sim/services_state.h)
 
     // Read side of every register of the window. Device models keep it
     // current; the library's _vex_map pointer looks straight into it.
