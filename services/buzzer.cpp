@@ -129,6 +129,11 @@ BuzzerSetting buzzer_setting(uint32_t freq, uint32_t duty_percent) {
     return {period, static_cast<uint32_t>(static_cast<uint64_t>(period) * duty_percent / 100u)};
 }
 
+void set_beep_values(uint32_t count, uint32_t ms) {
+    g_count.store(count, std::memory_order_relaxed);
+    g_ms.store(ms, std::memory_order_relaxed);
+}
+
 void attach_buzzer() {}
 
 void detach_buzzer() {

@@ -11,6 +11,11 @@ namespace vex::services {
 void attach_buzzer();
 void detach_buzzer();
 
+// Stores the count and time a beep thread reads, ahead of vex_BuzzerBeep
+// (which stores them only after its thread started): a tool's first beep
+// then never runs with another beep's values.
+void set_beep_values(uint32_t count, uint32_t ms);
+
 // Waits until the current beep sequence has ended (vexctl waits for its
 // beeps before it exits). Returns at once when none runs.
 void wait_for_beep();

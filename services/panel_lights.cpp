@@ -46,11 +46,13 @@ void route_pwm1() {
 // above 100 mean full.
 int32_t clamp_level(int32_t level) { return std::clamp(level, kMinLevel, kMaxLevel); }
 
-void set_pwm1_level(int32_t level) {
+void set_pwm1_duty(uint32_t duty) {
     plat::reg_write(Page::Pwm1, pwm::kControl, kPrescaler);
     plat::reg_write(Page::Pwm1, pwm::kPeriod, kPeriod);
-    plat::reg_write(Page::Pwm1, pwm::kDuty, static_cast<uint32_t>(10 * level / 100));
+    plat::reg_write(Page::Pwm1, pwm::kDuty, duty);
 }
+
+void set_pwm1_level(int32_t level) { set_pwm1_duty(static_cast<uint32_t>(10 * level / 100)); }
 
 }  // namespace
 
@@ -106,9 +108,12 @@ VEXSDK_API int32_t vex_SetBackLight_Slope(int32_t level) {
     if (kind != VEX_BACKLIGHT_PWM) return kind;
     route_pwm1();
     level = clamp_level(level);
-    // The duty register's value (0..10) is taken as the level the ramp
-    // starts from, as the controller's library does: dimming to 50 or 60
-    // therefore seldom steps, and brightening climbs from near zero.
+    // The ramp steps the duty register itself, from its value (0..10 after
+    // a level was set) towards the level taken as a duty value, as the
+    // controller's library does: dimming to 50 or 60 therefore seldom
+    // steps, and any other level first runs the duty up to 100, far past
+    // the period of 10, so the panel shows full brightness until the level
+    // is set at the end.
     // A duty above 100 (not written by this library) starts from 100, so no
     // ramp is longer than half a second.
     const int32_t current = std::min<int32_t>(
@@ -116,12 +121,12 @@ VEXSDK_API int32_t vex_SetBackLight_Slope(int32_t level) {
     if ((level < 0 || level > 49) && current < 50) g_saved_level.store(static_cast<uint32_t>(current));
     if (level == 50 || level == 60) {
         for (int32_t v = current - 1; v >= level; --v) {
-            set_pwm1_level(v);
+            set_pwm1_duty(static_cast<uint32_t>(v));
             vex::plat::sleep_ms(kRampStepMs);
         }
     } else {
         for (int32_t v = current + 1; v <= kMaxLevel; ++v) {
-            set_pwm1_level(v);
+            set_pwm1_duty(static_cast<uint32_t>(v));
             vex::plat::sleep_ms(kRampStepMs);
         }
     }

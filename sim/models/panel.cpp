@@ -6,8 +6,10 @@
 // modulators count a 13 MHz input divided by the prescaler (control bits
 // 0..5, plus one); the tone is that over the period register (bits 0..9)
 // and sounds while the duty (bits 0..9) is neither zero nor the whole
-// period and the full-duty bit (10) is clear. At the library's prescaler
-// 63 a 2000 Hz request (period 102) gives 1991 Hz.
+// period, the full-duty bit (10) is clear and the tone is one a buzzer can
+// make (20 Hz to 20 kHz: the passing states of a register sequence, such
+// as prescaler 0 with the old period, are no beeps). At the library's
+// prescaler 63 a 2000 Hz request (period 102) gives 1991 Hz.
 //
 // LED: GPIO 84, lit while the pin is low (driven low as an output).
 //
@@ -25,6 +27,7 @@ namespace {
 
 namespace g = plat::gpio;
 constexpr uint64_t kPwmInputHz = 13000000;
+constexpr uint64_t kLowestTone = 20, kHighestTone = 20000;
 constexpr uint32_t kBuzzerPin = 16;
 constexpr uint32_t kBacklightPwmPin = 17;
 constexpr uint32_t kBacklightPin = 52;
@@ -56,7 +59,9 @@ Tone buzzer_tone(const State& s) {
     const uint32_t cycle = duty & 0x3FFu;
     if (period == 0 || (duty & 0x400u) || cycle == 0 || cycle >= period) return t;
     const uint64_t prescaler = (pwm_reg(p, plat::pwm::kControl) & 0x3Fu) + 1u;
-    t.hz = static_cast<uint32_t>(kPwmInputHz / prescaler / period);
+    const uint64_t hz = kPwmInputHz / prescaler / period;
+    if (hz < kLowestTone || hz > kHighestTone) return t;
+    t.hz = static_cast<uint32_t>(hz);
     t.duty = static_cast<uint8_t>(cycle * 100u / period);
     return t;
 }

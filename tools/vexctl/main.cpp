@@ -11,6 +11,10 @@ int main(int argc, char** argv) {
     register_reg_command(app);
     register_io_commands(app);
     register_serial_commands(app);
+    register_watchdog_commands(app);
+    register_panel_commands(app);
+    register_card_commands(app);
+    register_link_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }

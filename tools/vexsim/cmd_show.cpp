@@ -74,6 +74,7 @@ void show_port(const vex::sim::State& s, int i) {
 
 int show(const std::string& name) {
     auto inst = attach_or_exit(name);
+    inst->advance(0);  // a system watchdog that ran out resets the controller first
     inst->with_lock([&](vex::sim::State& s) {
         const int count = s.slot_count_code == 7 ? 8 : s.slot_count_code;
         const int host = vex::sim::Host::host_pid(name);
@@ -91,6 +92,7 @@ int show(const std::string& name) {
             show_slot(i, s.slots[i], now);
         }
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
+        show_services(s, now);
         return 0;
     });
     return 0;
@@ -103,8 +105,14 @@ int trace(const std::string& name, unsigned last) {
         const uint32_t n = std::min<uint32_t>({total, vex::sim::kTraceEntries, last});
         for (uint32_t k = total - n; k < total; ++k) {
             const vex::sim::TraceEntry& e = s.trace[k % vex::sim::kTraceEntries];
-            std::printf("%12.6f  write%s 0x%04X <- 0x%0*X\n",
-                        static_cast<double>(e.when_ns - s.epoch_ns) / 1e9, e.kind == 2 ? "16" : "8 ", e.offset,
+            // Signed: entries from before a watchdog reset precede the new epoch.
+            const double at = static_cast<double>(static_cast<int64_t>(e.when_ns - s.epoch_ns)) / 1e9;
+            char event[96];
+            if (describe_service_event(e, event, sizeof event)) {
+                std::printf("%12.6f  %s\n", at, event);
+                continue;
+            }
+            std::printf("%12.6f  write%s 0x%04X <- 0x%0*X\n", at, e.kind == 2 ? "16" : "8 ", e.offset,
                         e.kind == 2 ? 4 : 2, e.value);
         }
         return 0;
@@ -121,7 +129,7 @@ void register_show_commands(CLI::App& app) {
     s->callback([] { std::exit(show(inst.resolve())); });
 
     static unsigned last = 32;
-    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes");
+    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes and panel, watchdog, card and link events");
     inst.add_to(t);
     t->add_option("-n,--last", last, "How many entries");
     t->callback([] { std::exit(trace(inst.resolve(), last)); });

@@ -23,3 +23,9 @@ void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycl
 void register_show_commands(CLI::App& app);        // show, trace
 void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
+void register_service_commands(CLI::App& app);     // card, set link (after control)
+
+// The services' part of vexsim show (state locked by the caller), and the
+// text of a services' trace entry (false for other kinds).
+void show_services(vex::sim::State& s, uint64_t now);
+bool describe_service_event(const vex::sim::TraceEntry& e, char* buf, size_t size);

@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
     register_show_commands(app);
     register_control_commands(app);
     register_time_commands(app);
+    register_service_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }
