@@ -7,7 +7,9 @@
 //   hw   Linux: the card is the block device whose kernel device type
 //        (/sys/block/<dev>/device/type) reads "SD", or the device named by
 //        the caller (a configured override); partitions are its sysfs
-//        partitions, described by libblkid from the partition itself;
+//        partitions (a card with a file system on the whole device and no
+//        partition table counts as one partition named like the device),
+//        described by libblkid from the partition itself;
 //        mounting is mount(2), unmounting umount2(2) of every mount of the
 //        card found in /proc/self/mountinfo.
 //   sim  the virtual controller's described card (sim/card.h): mounting

@@ -8,8 +8,10 @@
  * device type (/sys/block/<dev>/device/type) reads "SD", or the device
  * named by the string value
  *   HKEY_LOCAL_MACHINE\VORLAN\StorageCard\Device      e.g. "mmcblk1"
- * Its partitions are the kernel's (names such as "mmcblk0p1"), described by
- * libblkid from the partitions themselves. The card's folder is
+ * Its partitions are the kernel's (names such as "mmcblk0p1"; a card with a
+ * file system on the whole device and no partition table has one, named
+ * like the device, "mmcblk0"), described by libblkid from the partitions
+ * themselves. The card's folder is
  *   HKEY_LOCAL_MACHINE\VORLAN\StorageCard\Folder      default "/media/Micro_SD"
  * (on the virtual controller default "<instance dir>/Micro_SD"). Mounting
  * needs the CAP_SYS_ADMIN privilege (root); reading the partition

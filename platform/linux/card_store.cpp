@@ -124,6 +124,15 @@ std::vector<card::Mount> mounts() {
     return card::parse_mountinfo(text.str());
 }
 
+// The card's partitions. A card formatted without a partition table (a
+// file system on the whole device, as some cameras leave them) counts as
+// one partition named like the device.
+std::vector<card::BlockDevice> card_partitions(const std::string& c) {
+    std::vector<card::BlockDevice> parts = card::partitions(kSysBlock, c);
+    if (parts.empty() && !describe(c).file_system.empty()) parts.push_back(card::whole_device(kSysBlock, c));
+    return parts;
+}
+
 // The device numbers of the card and its partitions.
 std::vector<std::string> card_devnums(const std::string& card) {
     std::vector<std::string> out{card::whole_device(kSysBlock, card).devnum};
@@ -146,7 +155,7 @@ public:
 
     std::optional<PartitionInfo> first_partition(const std::string& device) override {
         if (!present(device)) return std::nullopt;
-        const auto parts = card::partitions(kSysBlock, card::find_card(kSysBlock, device));
+        const auto parts = card_partitions(card::find_card(kSysBlock, device));
         if (parts.empty()) return std::nullopt;
         return describe(parts.front().name);
     }
@@ -154,7 +163,7 @@ public:
     bool mount(const std::string& device, const std::string& name, const std::string& folder_in) override {
         if (!present(device)) return false;
         const std::string c = card::find_card(kSysBlock, device);
-        const auto parts = card::partitions(kSysBlock, c);
+        const auto parts = card_partitions(c);
         const auto part = std::find_if(parts.begin(), parts.end(), [&](const card::BlockDevice& p) { return p.name == name; });
         if (part == parts.end()) return false;
         std::string folder = folder_in;

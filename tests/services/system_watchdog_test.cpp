@@ -26,7 +26,10 @@ constexpr uint64_t kResetStatus = 0x40F00030;
 class HwWatchdog : public ::testing::Test {
 protected:
     void SetUp() override { mem.attach_library(); }
-    void TearDown() override { vex::plat::oscalls::reset_calls(); }
+    void TearDown() override {
+        mem.detach_library();  // the link monitor thread ends before the calls change
+        vex::plat::oscalls::reset_calls();
+    }
     vex::test::PhysMemFile mem;
 };
 
