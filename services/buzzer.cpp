@@ -3,11 +3,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <memory>
+#include <new>
 #include <mutex>
 #include <system_error>
 #include <thread>
 
 #include "frame/errors.h"
+#include "platform/fork.h"
 #include "platform/gpio.h"
 #include "platform/peripherals.h"
 #include "services/panel.h"
@@ -73,6 +75,18 @@ Beeper& beeper() {
     return *b;
 }
 
+// fork(): the child has no beep thread. It forgets the parent's (neither
+// joined nor destroyed: it does not exist there) and its stop request,
+// whose lock the thread may have held at the moment of the fork.
+void before_fork() { beeper().mutex.lock(); }
+void after_fork_parent() { beeper().mutex.unlock(); }
+void after_fork_child() {
+    Beeper& b = beeper();
+    new (&b.thread) std::thread();
+    new (&b.stop) std::shared_ptr<StopRequest>();
+    b.mutex.unlock();
+}
+
 void program(const BuzzerSetting& s) {
     plat::reg_write(Page::Pwm0, pwm::kControl, kPrescaler);
     plat::reg_write(Page::Pwm0, pwm::kPeriod, s.period);
@@ -134,7 +148,10 @@ void set_beep_values(uint32_t count, uint32_t ms) {
     g_ms.store(ms, std::memory_order_relaxed);
 }
 
-void attach_buzzer() {}
+void attach_buzzer() {
+    static std::once_flag fork_handlers;
+    std::call_once(fork_handlers, [] { plat::on_fork(before_fork, after_fork_parent, after_fork_child); });
+}
 
 void detach_buzzer() {
     Beeper& b = beeper();

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/fork.h"
 #include "platform/link_watch.h"
 #include "platform/text_codec.h"
 #include "vexsdk.h"
@@ -18,14 +19,18 @@ namespace {
 enum MonitorState : int { kStopped = 0, kRunning = 1, kFailed = 2 };
 
 // This process's monitor. Allocated once, never destroyed: unload may run
-// after the process's static destructors. `watch` and `thread` belong to
-// the load sequence (start/stop) alone; `changes`, `names` and `problem`
-// are guarded by `mutex`, taken last and held briefly.
+// after the process's static destructors.
+// Lock rules: `lifecycle` guards `watch`, `thread` and the start and stop
+// of the monitor (load sequence, a forked child's restart); `mutex` guards
+// `changes`, `names` and `problem` and is held briefly. Order: lifecycle,
+// then mutex. The flags and `state` are atomics read without a lock.
 struct Monitor {
     std::atomic<uint8_t> flag[2] = {0, 0};
     std::atomic<int> state{kStopped};
-    std::unique_ptr<plat::LinkWatch> watch;
-    std::thread thread;
+    std::atomic<bool> restart{false};  // a forked child: the thread stayed with the parent
+    std::mutex lifecycle;
+    plat::LinkWatch* watch = nullptr;
+    std::thread* thread = nullptr;
     std::mutex mutex;
     std::condition_variable changed;
     uint32_t changes = 0;
@@ -78,8 +83,9 @@ std::string adapter_interface(plat::registry::Store& store, int index) {
     return plat::registry::Value::is_string_type(v.type) ? plat::to_utf8(v.text) : std::string();
 }
 
-void start_link_monitor() {
-    Monitor& m = monitor();
+namespace {
+
+void start_locked(Monitor& m) {
     if (m.state.load() != kStopped) return;
     std::string names[2];
     if (auto store = plat::registry::current_store()) {
@@ -96,16 +102,18 @@ void start_link_monitor() {
     m.flag[1] = 0;
     std::vector<plat::LinkEvent> now;
     std::string why;
-    m.watch = plat::open_link_watch(now, &why);
-    if (m.watch) {
+    std::unique_ptr<plat::LinkWatch> watch = plat::open_link_watch(now, &why);
+    if (watch) {
         apply_events(m, now);
+        m.watch = watch.release();
         try {
-            m.thread = std::thread(run, &m);
+            m.thread = new std::thread(run, &m);
             m.state = kRunning;
             return;
         } catch (const std::exception& e) {
             why = std::string("cannot start the link monitor thread: ") + e.what();
-            m.watch.reset();
+            delete m.watch;
+            m.watch = nullptr;
         }
     }
     // Like a device that would not open: the flags stay 0 and answer.
@@ -114,16 +122,67 @@ void start_link_monitor() {
     m.state = kFailed;
 }
 
-void stop_link_monitor() {
-    Monitor& m = monitor();
-    if (m.thread.joinable()) {
+void stop_locked(Monitor& m) {
+    if (m.thread) {
         m.watch->cancel();
-        m.thread.join();
+        m.thread->join();
+        delete m.thread;
+        m.thread = nullptr;
     }
-    m.watch.reset();
+    delete m.watch;
+    m.watch = nullptr;
+    m.restart = false;
     m.state = kStopped;
     m.flag[0] = 0;
     m.flag[1] = 0;
+}
+
+// fork(): no lock of the monitor may be held by another thread at that
+// moment, and the child forgets the parent's thread (it does not exist
+// there) and closes its own copies of the watch's descriptors, which never
+// disturbs the parent's watch. The child's first query starts its own.
+void before_fork() {
+    monitor().lifecycle.lock();
+    monitor().mutex.lock();
+}
+void after_fork_parent() {
+    monitor().mutex.unlock();
+    monitor().lifecycle.unlock();
+}
+void after_fork_child() {
+    Monitor& m = monitor();
+    m.thread = nullptr;  // the parent's: neither joined nor destroyed here
+    delete m.watch;
+    m.watch = nullptr;
+    if (m.state.load() == kRunning) {
+        m.state = kStopped;
+        m.restart = true;
+    }
+    m.mutex.unlock();
+    m.lifecycle.unlock();
+}
+
+}  // namespace
+
+void start_link_monitor() {
+    static std::once_flag fork_handlers;
+    std::call_once(fork_handlers, [] { plat::on_fork(before_fork, after_fork_parent, after_fork_child); });
+    Monitor& m = monitor();
+    std::lock_guard<std::mutex> lock(m.lifecycle);
+    start_locked(m);
+}
+
+void stop_link_monitor() {
+    Monitor& m = monitor();
+    std::lock_guard<std::mutex> lock(m.lifecycle);
+    stop_locked(m);
+}
+
+void restart_after_fork() {
+    Monitor& m = monitor();
+    std::lock_guard<std::mutex> lock(m.lifecycle);
+    if (!m.restart.exchange(false)) return;
+    start_locked(m);
 }
 
 std::string monitored_interface(int index) {
@@ -161,6 +220,7 @@ VEXSDK_EXTERN_C_BEGIN
 
 VEXSDK_API int32_t vex_EthernetLinkState(uint8_t index, uint8_t* state) {
     auto& m = vex::services::monitor();
+    if (m.restart.load(std::memory_order_acquire)) vex::services::restart_after_fork();
     if (m.state.load(std::memory_order_acquire) == vex::services::kStopped) return -2;
     if (index != 1 && index != 2) return 0;
     if (!state) return -1;

@@ -3,8 +3,8 @@
 // descriptor, keeping this process's two link flags.
 //
 // Lock rules: the flags are single bytes, written by the monitor thread
-// only and read by anyone without a lock. `change_mutex` (in the .cpp)
-// guards the change counter and is held only to bump or read it.
+// only and read by anyone without a lock; the rest is described at the
+// Monitor structure in the .cpp.
 #pragma once
 
 #include <cstdint>
@@ -22,9 +22,11 @@ inline constexpr const wchar_t* kEthernetKey = L"VORLAN\\Ethernet";
 // (a misconfiguration: that adapter then never reports a link).
 std::string adapter_interface(plat::registry::Store& store, int index);
 
-// Load sequence members.
+// Load sequence members. In a child made by fork() the monitor starts
+// again at the child's first vex_EthernetLinkState.
 void start_link_monitor();
 void stop_link_monitor();
+void restart_after_fork();
 
 // For tools: the interfaces the running monitor watches for LAN1 and
 // LAN2, why it could not start ("" if it did), and a wait for the next

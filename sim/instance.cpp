@@ -4,6 +4,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -143,7 +144,7 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
         std::string why;
         auto d = inst->description(&why);
         if (!d) return fail(why);
-        inst->power_up(*d);
+        inst->power_up(*d, false);
         if (!write_registry_presets(plat::instance_dir(name) + "/registry.db", *d))
             return fail("cannot preset the registry of instance '" + name + "'");
     }
@@ -154,19 +155,25 @@ bool Instance::power_cycle(std::string* error) {
     auto d = description(error);
     if (!d) return false;
     FileLock creating(plat::instance_dir(name_) + "/create.lock");
+    // The state's lock is held throughout: threads and processes already
+    // attached (a link monitor woken by the doorbell) wait for the fresh
+    // state instead of reading it half-made.
     state_->lock.lock();
     state_->magic = 0;
+    power_up(*d, true);
     state_->lock.unlock();
-    power_up(*d);
     return write_registry_presets(plat::instance_dir(name_) + "/registry.db", *d);
 }
 
-void Instance::power_up(const Description& d) {
+void Instance::power_up(const Description& d, bool lock_held) {
     State& s = *state_;
-    // Callers hold the creation lock, so nobody else initialises; processes
-    // already attached keep using the (re-initialised) lock.
-    std::memset(static_cast<void*>(&s), 0, sizeof s);
-    s.lock.init();
+    // Callers hold the creation lock, so nobody else initialises. A state
+    // made afresh gets a new lock; a power cycle keeps the one it holds.
+    auto* bytes = reinterpret_cast<unsigned char*>(&s);
+    const size_t lock_at = offsetof(State, lock), lock_end = lock_at + sizeof s.lock;
+    std::memset(bytes, 0, lock_at);
+    std::memset(bytes + lock_end, 0, sizeof s - lock_end);
+    if (!lock_held) s.lock.init();
     s.layout = kStateLayout;
     s.size = sizeof(State);
     s.generation = random64();

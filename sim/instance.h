@@ -67,7 +67,9 @@ private:
         State& s_;
     };
     Instance(std::string name, std::unique_ptr<plat::SharedSection> section);
-    void power_up(const Description& d);
+    // `lock_held`: the state's lock is valid and held by the caller (a power
+    // cycle); otherwise the lock is made afresh.
+    void power_up(const Description& d, bool lock_held);
     void trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now);
 
     std::string name_;

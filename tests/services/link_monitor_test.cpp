@@ -6,9 +6,12 @@
 #include <dirent.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <thread>
 
 #include "frame/library.h"
 #include "platform/linux/service_calls.h"
@@ -166,7 +169,32 @@ TEST_F(SimLink, InstanceDestroyedUnderTheMonitor) {
     EXPECT_EQ(link(1), 0u);
 }
 
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kThreadSanitizer = true;
+#else
+constexpr bool kThreadSanitizer = false;
+#endif
+
+TEST_F(SimLink, ForkedChildMonitorsOnItsOwnAndLeavesTheParentsAlone) {
+    if (kThreadSanitizer) GTEST_SKIP() << "ThreadSanitizer refuses threads in a child of a threaded process";
+    const pid_t pid = ::fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        uint8_t up = 0;
+        int code = vex_EthernetLinkState(1, &up) == 0 && up == 1 ? 0 : 1;  // starts the child's own monitor
+        if (vex::services::link_monitor_problem() != "") code = 2;
+        vex::services::stop_link_monitor();  // as unload does: must not stop the parent's
+        ::_exit(code);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "child status " << status;
+    EXPECT_EQ(vex::test::run_vexsim({"set", "link", "LAN2", "up"}).status, 0);
+    EXPECT_TRUE(await_link(2, 1)) << "the parent's monitor still runs";
+}
+
 TEST(HwLink, AtRestTheLibraryHoldsOneThread) {
+    std::thread([] {}).join();  // a sanitizer's helper thread, if any, starts now
     auto threads = [] {
         int n = 0;
         for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator("/proc/self/task")) ++n;
