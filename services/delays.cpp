@@ -1,7 +1,5 @@
-// Busy-wait delays: microsecond passes of a calibrated loop, and OS timer
+// Busy-wait delays: microseconds on the monotonic clock, and OS timer
 // ticks.
-#include <algorithm>
-#include <atomic>
 
 #include "frame/errors.h"
 #include "platform/os_timer.h"
@@ -9,43 +7,6 @@
 #include "vexsdk.h"
 
 namespace {
-
-// Iterations of the delay loop per microsecond on this machine: 0 until the
-// first call measures it. Any thread may measure; the last result stays.
-std::atomic<uint32_t> g_loops_per_us{0};
-
-// The delay loop: a counter the compiler must keep in memory, as the
-// controller's 28-iteration pass did.
-void spin(uint32_t loops) {
-    volatile uint32_t i = 0;
-    while (i < loops) i = i + 1;
-}
-
-// Times a fixed number of iterations several times and takes the median,
-// after spinning a while so that the processor runs at its working speed.
-uint32_t calibrate() {
-    constexpr uint32_t kTrialLoops = 50000;
-    constexpr int kTrials = 7;
-    spin(kTrialLoops * 4);
-    uint64_t ns[kTrials];
-    for (uint64_t& t : ns) {
-        const uint64_t start = vex::plat::monotonic_ns();
-        spin(kTrialLoops);
-        t = std::max<uint64_t>(1, vex::plat::monotonic_ns() - start);
-    }
-    std::sort(ns, ns + kTrials);
-    const uint64_t per_us = static_cast<uint64_t>(kTrialLoops) * 1000 / ns[kTrials / 2];
-    return static_cast<uint32_t>(std::clamp<uint64_t>(per_us, 1, 1000000));
-}
-
-uint32_t loops_per_us() {
-    uint32_t n = g_loops_per_us.load(std::memory_order_relaxed);
-    if (n == 0) {
-        n = calibrate();
-        g_loops_per_us.store(n, std::memory_order_relaxed);
-    }
-    return n;
-}
 
 // How long the counter may stand still before the wait gives up: a live
 // counter moves 3250 times a millisecond.
@@ -61,9 +22,15 @@ VEXSDK_API uint32_t _vex_delay(uint32_t) {
     return 0;
 }
 
+// The controller's library ran n passes of a 28-iteration loop, which took
+// a microsecond each on its processor. A loop calibrated once cannot hold
+// that on a machine whose speed changes with its load, so each pass here
+// is a microsecond of the monotonic clock: the delay never ends early,
+// whatever the processor.
 VEXSDK_API void _vex_us_delay(uint32_t n) {
-    const uint32_t per_pass = loops_per_us();
-    for (uint32_t pass = 0; pass < n; ++pass) spin(per_pass);
+    const uint64_t until = vex::plat::monotonic_ns() + static_cast<uint64_t>(n) * 1000u;
+    while (vex::plat::monotonic_ns() < until) {
+    }
 }
 
 VEXSDK_API void _vex_5us_delay(void) { _vex_us_delay(5); }

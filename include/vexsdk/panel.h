@@ -63,10 +63,10 @@ VEXSDK_API int32_t vex_GetBackLight(void);
 
 /* Not supported: records VEX_ERR_NOT_SUPPORTED, returns 0. */
 VEXSDK_API uint32_t _vex_delay(uint32_t ms);
-/* Busy-waits n passes of a loop calibrated, on first use in the process,
- * to take one microsecond on the machine it runs on (the controller's own
- * pass was 28 iterations, calibrated for its processor). Spins: for waits
- * of more than a few hundred microseconds prefer sleeping. */
+/* Busy-waits n microseconds, measured on the monotonic clock, so that it
+ * holds on any processor and never ends early (the controller's own library
+ * ran n passes of a loop timed for its processor). It spins: for waits of
+ * more than a few hundred microseconds prefer sleeping. */
 VEXSDK_API void _vex_us_delay(uint32_t n);
 /* _vex_us_delay(5). */
 VEXSDK_API void _vex_5us_delay(void);

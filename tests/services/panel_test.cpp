@@ -270,15 +270,15 @@ TEST_F(SimPanel, TicksDelayFollowsTheCounterAcrossItsWrap) {
     EXPECT_LT(now_ms() - start, 2000u);
 }
 
-TEST_F(SimPanel, MicrosecondDelaysAreCalibrated) {
+TEST_F(SimPanel, MicrosecondDelaysNeverEndEarly) {
     _vex_us_delay(0);
     _vex_5us_delay();
     const auto start = std::chrono::steady_clock::now();
     _vex_us_delay(20000);
     const auto us = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-    // Strict below (a delay never ends early by much), generous above (the
-    // machine is shared). The precision is measured in bench/.
-    EXPECT_GE(us.count(), 10000);
+    // Strict below, generous above (the machine is shared). The precision
+    // is measured in bench/.
+    EXPECT_GE(us.count(), 20000);
     EXPECT_LT(us.count(), 2000000);
 }
 
