@@ -5,6 +5,7 @@
 
 #include "frame/backplane.h"
 #include "io/parallel_io.h"
+#include "irq/irq.h"
 #include "platform/controller.h"
 #include "platform/system.h"
 #include "serial/port_table.h"
@@ -39,11 +40,13 @@ void library_attach() {
     pub_Orvale_Init();
     serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();
+    irq::attach_interrupts();
     services::attach_services();  // card store, buzzer, link monitor thread
 }
 
 void library_detach() {
     services::detach_services();
+    irq::detach_interrupts();  // service threads call into everything below
     io::detach_parallel_io();
     pub_Orvale_Deinit();
     --g_load_count;

@@ -29,5 +29,8 @@
 #include "vexsdk/panel.h"
 #include "vexsdk/storage.h"
 #include "vexsdk/network.h"
+#include "vexsdk/modules.h"
+#include "vexsdk/irq.h"
+#include "vexsdk/hotplug.h"
 
 #endif /* VEXSDK_H */

@@ -25,6 +25,9 @@ void set_watchdog_enable_flag(uint32_t slot, uint8_t enabled);
 int16_t watchdog_interrupt_status(uint32_t slot);
 void set_watchdog_interrupt_status(uint32_t slot, int16_t status);
 
+// Forgets the module-watchdog interrupt callbacks (load).
+void reset_wdt_interrupt_callbacks();
+
 // The rest of the output gate, for a module whose capability bit 5 is set.
 bool read_back_outputs_held(uint32_t slot);
 

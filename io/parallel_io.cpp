@@ -8,6 +8,7 @@ namespace vex::io {
 void attach_parallel_io() {
     attach_shadows();
     reset_watchdog_state();
+    reset_wdt_interrupt_callbacks();
 }
 
 void detach_parallel_io() { detach_shadows(); }

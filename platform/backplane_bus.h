@@ -13,6 +13,11 @@ namespace vex::plat {
 inline constexpr uint32_t kBackplaneWindowSize = 0x10000;
 inline constexpr uint32_t kBackplanePhysical = 0x17000000;
 
+// Register accesses are device I/O: threads and processes touch the same
+// registers without a lock by design, so ThreadSanitizer must not count
+// them as races between threads (it cannot see the device behind them).
+#define VEXSDK_DEVICE_ACCESS __attribute__((no_sanitize("thread")))
+
 // Non-null while the hardware window is mapped.
 extern volatile uint8_t* g_backplane_direct;
 
@@ -23,13 +28,13 @@ uint16_t sim_read16(uint32_t offset);
 void sim_write16(uint32_t offset, uint16_t value);
 }  // namespace detail
 
-inline uint8_t bus_read8(uint32_t offset) {
+VEXSDK_DEVICE_ACCESS inline uint8_t bus_read8(uint32_t offset) {
     if (volatile uint8_t* base = g_backplane_direct) [[likely]]
         return base[offset];
     return detail::sim_read8(offset);
 }
 
-inline void bus_write8(uint32_t offset, uint8_t value) {
+VEXSDK_DEVICE_ACCESS inline void bus_write8(uint32_t offset, uint8_t value) {
     if (volatile uint8_t* base = g_backplane_direct) [[likely]] {
         base[offset] = value;
         return;
@@ -37,13 +42,13 @@ inline void bus_write8(uint32_t offset, uint8_t value) {
     detail::sim_write8(offset, value);
 }
 
-inline uint16_t bus_read16(uint32_t offset) {
+VEXSDK_DEVICE_ACCESS inline uint16_t bus_read16(uint32_t offset) {
     if (volatile uint8_t* base = g_backplane_direct) [[likely]]
         return *reinterpret_cast<volatile uint16_t*>(base + offset);
     return detail::sim_read16(offset);
 }
 
-inline void bus_write16(uint32_t offset, uint16_t value) {
+VEXSDK_DEVICE_ACCESS inline void bus_write16(uint32_t offset, uint16_t value) {
     if (volatile uint8_t* base = g_backplane_direct) [[likely]] {
         *reinterpret_cast<volatile uint16_t*>(base + offset) = value;
         return;

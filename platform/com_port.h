@@ -88,7 +88,13 @@ inline constexpr uint32_t kPurgeRxClear = 0x8;
 
 enum class ModemLine : uint8_t { Dtr, Rts };
 
-enum class ReadResult : uint8_t { Byte, TimedOut, Failed };
+// Data: at least one byte was read. TimedOut: nothing came in time.
+// Failed: the port was cancelled (closed) or its line hung up; nothing more
+// will come.
+enum class ReadResult : uint8_t { Data, TimedOut, Failed };
+
+// No end byte for ComPort::read.
+inline constexpr int kNoEndByte = -1;
 
 class ComPort {
 public:
@@ -114,6 +120,9 @@ public:
     virtual bool set_timeouts(const ComTimeouts& timeouts) = 0;
 
     // Discards what waits in the output (kPurgeTxClear) and/or input queue.
+    // The input purge drops every byte received before the call, including
+    // bytes the driver has taken in but not yet handed to the line
+    // discipline; the output purge drops what has not gone onto the line.
     virtual bool purge(uint32_t flags) = 0;
     // Bytes received but not read, and bytes written but not yet sent.
     virtual bool queue_counts(uint32_t& input, uint32_t& output) = 0;
@@ -124,8 +133,12 @@ public:
     // Writes up to `size` bytes within the write time-out; `written` tells
     // how many went (fewer on time-out, which is not a failure).
     virtual bool write(const void* data, size_t size, size_t& written) = 0;
-    // Reads one byte within the read time-out.
-    virtual ReadResult read_byte(uint8_t& byte) = 0;
+    // Reads what has been received, up to `room` bytes (room >= 1), and
+    // stops after the first byte equal to `end` (kNoEndByte: none), so
+    // bytes after it stay in the port for the next read or purge. Waits for
+    // the first byte at most `wait_ms` and at most the port's own read
+    // time-out; returns Data as soon as any byte is there.
+    virtual ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, size_t& got) = 0;
 
     // Modem lines. False when the port has none (a pseudo-terminal that is
     // not the virtual controller's) or the driver refuses.

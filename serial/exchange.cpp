@@ -13,8 +13,10 @@
 #include <string>
 
 #include "frame/errors.h"
+#include "platform/deadline.h"
 #include "platform/system.h"
 #include "serial/port_table.h"
+#include "serial/trace.h"
 #include "vexsdk.h"
 
 namespace vex::serial {
@@ -68,7 +70,9 @@ VEX_BOOL32 write_text(PortRecord& r, const char* text, uint32_t max) {
     size_t count = max;
     if (n <= max || (n - 1 == max && text[n - 1] == '\r')) count = n;
     size_t written = 0;
-    return r.port->write(text, count, written) ? VEX_TRUE : VEX_FALSE;
+    const bool ok = r.port->write(text, count, written);
+    trace(r.handle, TraceDirection::Sent, text, written);
+    return ok ? VEX_TRUE : VEX_FALSE;
 }
 
 // Frames a command and writes it, after discarding unsent output unless
@@ -98,39 +102,48 @@ void terminate(char* buffer, uint32_t size, size_t count) {
 }
 
 // Reads one answer up to the terminator's first character; checks (but
-// keeps) the checksum.
+// keeps) the checksum. The read time-out bounds the wait for each next
+// character: the deadline starts again whenever bytes arrive. A port that
+// is closed meanwhile or whose line hangs up fails at once with
+// VEX_ERR_UART_OPEN: nothing more can come.
 VEX_BOOL32 read_answer(PortRecord& r, char* buffer, uint32_t size) {
     frame::set_last_error(VEX_ERR_NONE);
     std::lock_guard lock(r.recv_lock);
-    const std::string terminator = r.terminator();
-    const char end = terminator.empty() ? '\0' : terminator[0];
-    // At most size - 3 characters of text: room for the terminator and NUL.
+    const int end = static_cast<uint8_t>(r.terminator_start());
+    // At most size - 3 characters of text: the terminator takes the next
+    // place, and a character arriving when size - 2 are stored overflows.
     const int64_t room = static_cast<int64_t>(size) - 2;
     size_t count = 0;
-    uint32_t start = plat::tick_count_ms();
+    plat::Deadline wait = plat::Deadline::in_ms(read_timeout());
     for (;;) {
-        uint8_t byte = 0;
-        if (r.port->read_byte(byte) != plat::ReadResult::Byte) {
-            if (plat::tick_count_ms() - start > read_timeout()) {
-                terminate(buffer, size, count);
-                return fail(VEX_ERR_UART_TIMEOUT);
-            }
-            plat::yield_thread();
-            continue;
+        const bool full = static_cast<int64_t>(count) >= room;
+        uint8_t spill = 0;
+        uint8_t* into = full ? &spill : reinterpret_cast<uint8_t*>(buffer) + count;
+        const size_t space = full ? 1 : static_cast<size_t>(room - static_cast<int64_t>(count));
+        size_t got = 0;
+        const plat::ReadResult result = r.port->read(into, space, end, wait.remaining_ms(), got);
+        trace(r.handle, TraceDirection::Received, into, got);
+        if (result == plat::ReadResult::Failed) {
+            terminate(buffer, size, count);
+            return fail(VEX_ERR_UART_OPEN);
         }
-        if (static_cast<int64_t>(count) >= room) {
+        if (result == plat::ReadResult::TimedOut) {
+            if (!wait.expired()) continue;  // the port's own bound was shorter
+            terminate(buffer, size, count);
+            return fail(VEX_ERR_UART_TIMEOUT);
+        }
+        if (full) {
             terminate(buffer, size, count);
             return fail(VEX_ERR_UART_LENGTH);
         }
-        buffer[count] = static_cast<char>(byte);
-        if (static_cast<char>(byte) == end) {
-            buffer[count] = '\0';
+        count += got;
+        if (static_cast<uint8_t>(buffer[count - 1]) == end) {
+            buffer[--count] = '\0';
             if (!r.checksum_enabled || checksum_holds(buffer, count)) return VEX_TRUE;
             buffer[0] = '\0';
             return fail(VEX_ERR_UART_CHECKSUM);
         }
-        ++count;
-        start = plat::tick_count_ms();
+        wait.restart();
     }
 }
 
@@ -231,7 +244,9 @@ VEX_BOOL32 uart_BinSend(VEX_PORT handle, const void* data, uint32_t length) {
     if (!data && length > 0) return fail(VEX_ERR_UART_BUFFER_OVERFLOW);
     r->port->drain();
     size_t written = 0;
-    return r->port->write(data, length, written) ? VEX_TRUE : VEX_FALSE;
+    const bool ok = r->port->write(data, length, written);
+    trace(r->handle, TraceDirection::Sent, data, written);
+    return ok ? VEX_TRUE : VEX_FALSE;
 }
 
 VEX_BOOL32 uart_BinRecv(VEX_PORT handle, void* buffer, uint32_t length) {
@@ -240,20 +255,28 @@ VEX_BOOL32 uart_BinRecv(VEX_PORT handle, void* buffer, uint32_t length) {
     if (!r) return fail(VEX_ERR_UART_OPEN);
     if (!buffer && length > 0) return fail(VEX_ERR_UART_BUFFER_OVERFLOW);
     vex::frame::set_last_error(VEX_ERR_NONE);
+    // Not serialised with text reads (threads sharing a port serialise
+    // whole exchanges). Each block byte must come within the read time-out
+    // of the one before; a length of 0 still waits for one byte, as the
+    // count is judged only after a byte is stored.
     auto* out = static_cast<uint8_t*>(buffer);
     uint64_t count = 0;
-    uint32_t last = vex::plat::tick_count_ms();
+    vex::plat::Deadline wait = vex::plat::Deadline::in_ms(read_timeout());
     for (;;) {
-        uint8_t byte = 0;
-        if (r->port->read_byte(byte) == vex::plat::ReadResult::Byte) {
-            if (count < length) out[count] = byte;
-            ++count;
-            last = vex::plat::tick_count_ms();
-            if (count == length) return VEX_TRUE;
+        uint8_t spill = 0;
+        const bool want = count < length;
+        size_t got = 0;
+        const auto result = r->port->read(want ? out + count : &spill, want ? length - count : 1,
+                                          vex::plat::kNoEndByte, wait.remaining_ms(), got);
+        trace(r->handle, TraceDirection::Received, want ? out + count : &spill, got);
+        if (result == vex::plat::ReadResult::Failed) return fail(VEX_ERR_UART_OPEN);
+        if (result == vex::plat::ReadResult::TimedOut) {
+            if (wait.expired()) return fail(VEX_ERR_UART_TIMEOUT);
             continue;
         }
-        if (vex::plat::tick_count_ms() - last > read_timeout()) return fail(VEX_ERR_UART_TIMEOUT);
-        vex::plat::yield_thread();
+        count += got;
+        if (count == length) return VEX_TRUE;
+        wait.restart();
     }
 }
 

@@ -56,6 +56,7 @@ void PortRecord::set_terminator(const char* text) {
     while (n < kMaxTerminator && text[n] != '\0') ++n;
     std::lock_guard lock(terminator_mutex_);
     terminator_.assign(text, n);
+    terminator_start_.store(n > 0 ? text[0] : '\0', std::memory_order_relaxed);
 }
 
 std::mutex& com_port_map_lock() { return g_map_lock; }

@@ -42,6 +42,8 @@ public:
     // The terminator, "\r" at open; at most kMaxTerminator characters.
     std::string terminator() const;
     void set_terminator(const char* text);
+    // Its first character ('\0' when empty): where a received answer ends.
+    char terminator_start() const { return terminator_start_.load(std::memory_order_relaxed); }
 
     // Line-status monitor (started by uart_GetLineStatus, under line_lock).
     std::atomic<uint32_t> modem_status{0};
@@ -57,6 +59,7 @@ public:
 private:
     mutable std::mutex terminator_mutex_;
     std::string terminator_;
+    std::atomic<char> terminator_start_{'\r'};
 };
 
 using PortPtr = std::shared_ptr<PortRecord>;

@@ -13,7 +13,8 @@ std::recursive_mutex& slot_command_lock() {
 }
 
 bool send_slot_command(uint32_t handle, uint32_t slot, const char* command, uint32_t command_max, char* answer,
-                       uint32_t answer_size) {
+                       uint32_t answer_size, bool* answered) {
+    if (answered) *answered = false;
     if (rejected(handle)) {
         frame::set_last_error(VEX_ERR_UART_OPEN);
         return false;
@@ -25,6 +26,7 @@ bool send_slot_command(uint32_t handle, uint32_t slot, const char* command, uint
         exchanged = uart_SendCmdExt(handle, command, command_max, answer, answer_size) != 0;
     }
     if (!exchanged) return false;
+    if (answered) *answered = true;
     if (answer[0] == '>' || answer[0] == '!') return true;
     frame::set_last_error(VEX_ERR_UART_RESPONSE);
     return false;

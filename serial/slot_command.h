@@ -19,8 +19,9 @@ std::recursive_mutex& slot_command_lock();
 // over `handle` (uart_SendCmdExt). Succeeds only for an answer that begins
 // with '>' or '!'; any other answer fails with VEX_ERR_UART_RESPONSE. A
 // rejected handle fails with VEX_ERR_UART_OPEN; a failed exchange keeps its
-// own code.
+// own code. `answered`, when given, tells whether a whole answer came (the
+// exchange itself worked, whatever the answer's first character).
 bool send_slot_command(uint32_t handle, uint32_t slot, const char* command, uint32_t command_max, char* answer,
-                       uint32_t answer_size);
+                       uint32_t answer_size, bool* answered = nullptr);
 
 }  // namespace vex::serial

@@ -23,12 +23,14 @@ readback = true
 watchdog = true
 version = 3
 
-# 16-channel input module.
+# 16-channel input module; a rising edge of any input raises its slot's
+# interrupt line.
 [[slot]]
 slot = 1
 type = "parallel"
 id = 0x13
 di_channels = 16
+interrupt_rising = 0xFFFF
 version = 1
 
 # 8 inputs and 8 outputs.

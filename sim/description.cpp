@@ -91,6 +91,11 @@ void read_slot(Reader& r, const toml::table& t, Description& d) {
             s.capability = r.integer<uint8_t>(t, "capability", 0, 0, 255, where);
         s.subtype = r.integer<uint8_t>(t, "subtype", 0, 0, 255, where);
         s.di = r.integer<uint32_t>(t, "di", 0, 0, 0xFFFFFFFFLL, where);
+        s.irq_rising = r.integer<uint32_t>(t, "interrupt_rising", 0, 0, 0xFFFFFFFFLL, where);
+        s.irq_falling = r.integer<uint32_t>(t, "interrupt_falling", 0, 0, 0xFFFFFFFFLL, where);
+        const uint32_t inputs = s.di_channels >= 32 ? 0xFFFFFFFFu : ((1u << s.di_channels) - 1u);
+        if ((s.irq_rising | s.irq_falling) & ~inputs)
+            r.fail(where + ": 'interrupt_rising' and 'interrupt_falling' name inputs the module does not have");
         s.power_on = r.integer<uint32_t>(t, "power_on", 0, 0, 0xFFFFFFFFLL, where);
         s.safe = r.integer<uint32_t>(t, "safe", 0, 0, 0xFFFFFFFFLL, where);
         s.wdt_timeout = r.integer<uint8_t>(t, "wdt_timeout", s.wdt_timeout, 0, 255, where);

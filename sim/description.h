@@ -24,6 +24,9 @@ struct SlotDescription {
     std::optional<uint8_t> capability;  // raw register 0x0E, overrides the above
     uint8_t subtype = 0;          // register 0x10
     uint32_t di = 0;              // initial input lines
+    // Inputs whose rising (falling) edge pulses the slot's interrupt line.
+    uint32_t irq_rising = 0;
+    uint32_t irq_falling = 0;
     // Modules with a watchdog: what a new module holds in its parameter
     // memory, and its timeout register at power-up.
     uint32_t power_on = 0;        // power-on output value (0 = none)

@@ -16,6 +16,7 @@
 #include "platform/text_codec.h"
 #include "sim/host.h"
 #include "sim/links.h"
+#include "sim/interrupt_lines.h"
 #include "sim/models/models.h"
 #include "sim/models/peripherals.h"
 #include "sim/models/services.h"
@@ -96,7 +97,9 @@ void mirror_all_slots(State& s, uint64_t now) {
 // A system watchdog that ran out resets the controller before anything
 // else sees it (sim/models/system_watchdog.cpp). Caller holds the lock.
 void settle_resets(State& s, uint64_t now) {
-    if (models::system_catch_up(s, now)) mirror_all_slots(s, now);
+    if (!models::system_catch_up(s, now)) return;
+    mirror_all_slots(s, now);
+    reschedule_all_irqs(s);  // the timers stopped: waiters arm again
 }
 
 }  // namespace
@@ -293,6 +296,9 @@ void Instance::advance(uint64_t ns) {
         if (state_->slots[i].kind == static_cast<uint8_t>(ModuleKind::Parallel))
             models::parallel_advance(*state_, i, now_ns());
     }
+    models::timers_advance(*state_, now_ns());
+    // Processes waiting for timers and watchdogs count on the old clock.
+    reschedule_all_irqs(*state_);
     mirror_all_slots(*state_, now_ns());
 }
 
@@ -302,6 +308,7 @@ bool Instance::plug(int slot, const SlotDescription& module) {
     const int count = state_->slot_count_code == 7 ? 8 : state_->slot_count_code;
     if (slot >= count) return false;
     models::slot_install(*state_, slot, module, now_ns());
+    models::hotplug_event(*state_);
     mirror_slot(*state_, slot, now_ns());
     return true;
 }
@@ -309,7 +316,9 @@ bool Instance::plug(int slot, const SlotDescription& module) {
 bool Instance::unplug(int slot) {
     if (slot < 0 || slot >= kSlots) return false;
     Guard g(*state_);
-    models::slot_remove(*state_, slot);
+    const bool was_there = state_->slots[slot].kind != static_cast<uint8_t>(ModuleKind::Empty);
+    models::slot_remove(*state_, slot, now_ns());
+    if (was_there) models::hotplug_event(*state_);
     mirror_slot(*state_, slot, now_ns());
     return true;
 }
@@ -325,12 +334,10 @@ bool Instance::set_inputs(int slot, uint32_t lines) {
     Guard g(*state_);
     Slot& sl = state_->slots[slot];
     switch (static_cast<ModuleKind>(sl.kind)) {
-    case ModuleKind::Parallel: {
-        const uint8_t n = sl.parallel.di_channels;
-        sl.parallel.di = n >= 32 ? lines : (lines & ((1u << n) - 1u));
+    case ModuleKind::Parallel:
+        models::parallel_set_inputs(*state_, slot, lines, now_ns());
         mirror_slot(*state_, slot, now_ns());
-        return n > 0;
-    }
+        return sl.parallel.di_channels > 0;
     case ModuleKind::Serial:
         sl.serial.di = lines;
         return sl.serial.di_channels > 0;

@@ -13,6 +13,10 @@
 
 namespace vex::sim {
 
+// Sends the interrupt wake-ups that models queued on this thread while the
+// state was locked (sim/interrupt_lines.h); run after every unlock.
+void send_irq_wakeups();
+
 class Instance {
 public:
     // Attaches to the named instance. When it does not exist yet (or its
@@ -63,7 +67,10 @@ public:
 private:
     struct Guard {
         explicit Guard(State& s) : s_(s) { s_.lock.lock(); }
-        ~Guard() { s_.lock.unlock(); }
+        ~Guard() {
+            s_.lock.unlock();
+            send_irq_wakeups();
+        }
         State& s_;
     };
     Instance(std::string name, std::unique_ptr<plat::SharedSection> section);

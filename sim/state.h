@@ -13,7 +13,7 @@
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 3;
+inline constexpr uint32_t kStateLayout = 4;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -98,6 +98,58 @@ struct SerialPortState {
     uint32_t transitions[4];  // CTS, DSR, RING, carrier detect
 };
 
+// Interrupt lines from the backplane to the processor: 0..7 slot n
+// (kernel interrupt 38 + n), 8 the single-slot controller's slot (66),
+// 9..11 backplane timer n (67 + n).
+inline constexpr int kIrqLines = 12;
+inline constexpr int kIrqLineSingleSlot = 8;
+inline constexpr int kIrqLineTimer0 = 9;
+inline constexpr int kIrqBindings = 32;
+
+// A process bound to an interrupt line. It is woken through a datagram
+// socket whose abstract name carries `token` (see sim/interrupt_lines.h).
+struct IrqBinding {
+    uint64_t token;         // 0 = free entry
+    int32_t pid;
+    uint32_t line;
+};
+static_assert(sizeof(IrqBinding) == 16, "one layout for every process");
+
+// One backplane timer, counted on the instance clock.
+struct BackplaneTimer {
+    uint64_t start_ns;      // when it was loaded; 0 = stopped
+    uint64_t next_ns;       // its next tick
+    uint64_t period_ns;
+    uint64_t ticks;         // since it was loaded
+    uint64_t merged;        // ticks that found the previous one unacknowledged
+};
+static_assert(sizeof(BackplaneTimer) == 40, "one layout for every process");
+
+// Interrupts, backplane timers and hot plug (registers 0x9006..0x901A,
+// 0x9020..0x9044). Bit n of the slot masks is slot n.
+struct IrqState {
+    uint8_t enable[3];      // per trigger type: 0x9010 rising, 0x9014 level, 0x9018 falling
+    uint8_t latch[3];       // 0x9012, 0x9016, 0x901A
+    uint8_t gate;           // 0x9044
+    uint8_t retrigger;      // 0x900C
+    uint8_t line;           // level of each slot's interrupt line
+    uint8_t pending;        // latched, enabled and gated, as last computed
+    uint8_t in_service;     // delivered and not yet ended by an end of interrupt
+    uint8_t deferred;       // became pending again while in service
+    uint8_t control;        // 0x900A: bit 2 timer 0 output, bit 3 hot-plug enable
+    uint8_t status;         // 0x900E: bit 0 timer 1, bit 1 timer 2, bit 2 timer 0, bit 3 hot plug
+    uint8_t timer_regs[8];  // 0x9020/22/24/26 (timer 0), 0x9038/3A (timer 1), 0x903C/3E (timer 2)
+    uint8_t single_slot;    // the single-slot controller: slot 0's line is GPIO 3
+    uint8_t pad;
+    uint32_t input_rising[kSlots];   // inputs whose rising edge pulses the module's line
+    uint32_t input_falling[kSlots];  // inputs whose falling edge does
+    BackplaneTimer timers[3];
+    uint32_t raised[kIrqLines];      // interrupts raised on each line (wraps)
+    uint32_t schedule[kIrqLines];    // changes when a line's time-driven source changes
+    IrqBinding bindings[kIrqBindings];
+};
+static_assert(sizeof(IrqState) == 816, "one layout for every process");
+
 struct State {
     uint32_t magic;         // kStateMagic once the creator has finished
     uint32_t layout;
@@ -116,8 +168,7 @@ struct State {
     uint8_t dip_switch;        // switch positions, bit set = on
     uint8_t cpu_id;            // bits 13..15 of the word at offset 0
     uint8_t slot_select;       // last value written to 0x9004
-    uint8_t irq_line_armed;    // set by an end-of-interrupt write
-    uint8_t pad1[2];
+    uint8_t pad1[3];
 
     Slot slots[kSlots];
 
@@ -130,6 +181,7 @@ struct State {
     Peripherals peripherals;   // the processor's own pages (sim/models/peripherals.cpp)
 
     ServicesState services;    // system watchdogs, panel, card, links (sim/services_state.h)
+    IrqState irq;              // interrupts, backplane timers, hot plug (sim/models/slot_irq.cpp, timer_block.cpp)
 
     // Read side of every register of the window. Device models keep it
     // current; the library's _vex_map pointer looks straight into it.

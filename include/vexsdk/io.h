@@ -98,6 +98,32 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT port, int32_t address, int16
  * presence check. -1 when a serial module's status cannot be read. */
 VEXSDK_API int16_t vex_GetModuleLastOutputSource(VEX_PORT port, int32_t address);
 
+/* ---- Module watchdog interrupt ------------------------------------------
+ *
+ * A parallel-bus module whose capability byte has 001 in bits 5..7 can
+ * raise its slot's interrupt when its watchdog runs out (while enabled with
+ * vex_SetModuleWDTInterruptStatus). The library serves it with a fixed
+ * handler per slot, on the slot's interrupt service thread (see vexsdk/irq.h
+ * for what that means for the callback): the handler switches the module's
+ * watchdog off (0 to 0x1C), which drops the module's interrupt line, calls
+ * `callback` with the slot number, and acknowledges. Slots 0..7 only. */
+
+/* Checks the module (ID below 255, capability bits 5..7 = 001; otherwise
+ * VEX_FALSE without a code), sets the slot's trigger type to level (1),
+ * stores `callback` (may be null: the handler then only switches the
+ * watchdog off), registers the slot interrupt with the slot's handler and
+ * sets its priority to 50. The result is the registration's (see
+ * vex_RegisterSlotInterrupt for its codes); the callback is stored even
+ * when the slot was registered already. */
+VEXSDK_API VEX_BOOL vex_InitModuleWDTInterrupt(uint32_t slot, VEX_SLOT_CALLBACK callback);
+/* Stores `status` (this process's own, returned by the next call). Low 16
+ * bits non-zero: enables the module's watchdog interrupt (2 to 0x22) and
+ * the slot interrupt; zero: disables both (0 to 0x22) and unregisters the
+ * slot interrupt. Always VEX_TRUE. */
+VEXSDK_API VEX_BOOL vex_SetModuleWDTInterruptStatus(uint32_t slot, int16_t status);
+/* The status this process last stored for the slot (initially 0). */
+VEXSDK_API int16_t vex_GetModuleWDTInterruptStatus(uint32_t slot);
+
 VEXSDK_EXTERN_C_END
 
 #endif /* VEXSDK_IO_H */

@@ -13,8 +13,11 @@
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -25,6 +28,7 @@
 #include <cstring>
 #include <mutex>
 
+#include "platform/deadline.h"
 #include "platform/system.h"
 #include "sim/instance.h"
 #include "sim/serial_ports.h"
@@ -85,8 +89,8 @@ uint32_t status_from_tiocm(int m) {
 
 class TtyComPort final : public ComPort {
 public:
-    TtyComPort(const std::string& device, std::string canonical, int fd, int wake)
-        : ComPort(device), canonical_(std::move(canonical)), fd_(fd), wake_(wake) {}
+    TtyComPort(const std::string& device, std::string canonical, int fd, int wake, bool has_tx_queue)
+        : ComPort(device), canonical_(std::move(canonical)), fd_(fd), wake_(wake), has_tx_queue_(has_tx_queue) {}
 
     ~TtyComPort() override {
         cancel();
@@ -185,14 +189,32 @@ public:
         return true;
     }
 
+    // The input purge reads the line discipline empty instead of flushing
+    // it: a non-blocking read that finds nothing first waits for the
+    // driver's pending receive work (n_tty_read flushes the port's buffer
+    // work), so it drops exactly what TCIFLUSH drops, at the cost of one
+    // system call instead of a flush (which on a pseudo-terminal also wakes
+    // and waits for the far end). The output purge asks the driver only
+    // when it still holds unsent bytes; a pseudo-terminal hands what is
+    // written to the far end at once and never holds any.
     bool purge(uint32_t flags) override {
-        const bool rx = (flags & kPurgeRxClear) != 0, tx = (flags & kPurgeTxClear) != 0;
-        if (!rx && !tx) return true;
-        if (rx) {
+        if (cancelled_) return false;
+        if (flags & kPurgeRxClear) {
             std::lock_guard lock(rx_mutex_);
             rx_head_ = rx_tail_ = 0;
+            for (;;) {
+                const ssize_t n = ::read(fd_, rx_, sizeof rx_);
+                if (n > 0) continue;
+                if (n < 0 && errno == EINTR) continue;
+                break;  // EAGAIN: empty; 0 or an error: hung up, nothing to drop
+            }
         }
-        return ::ioctl(fd_, TCFLSH, rx && tx ? TCIOFLUSH : rx ? TCIFLUSH : TCOFLUSH) == 0;
+        if ((flags & kPurgeTxClear) && has_tx_queue_) {
+            int pending = 0;
+            if (::ioctl(fd_, TIOCOUTQ, &pending) == 0 && pending == 0) return true;
+            return ::ioctl(fd_, TCFLSH, TCOFLUSH) == 0;
+        }
+        return true;
     }
 
     bool queue_counts(uint32_t& input, uint32_t& output) override {
@@ -205,13 +227,13 @@ public:
     }
 
     bool drain() override {
-        const uint32_t limit = write_bound(0);
-        const uint32_t start = tick_count_ms();
+        const Deadline deadline = write_deadline(0);
         for (;;) {
             int pending = 0;
             if (cancelled_ || ::ioctl(fd_, TIOCOUTQ, &pending) != 0) return false;
             if (pending == 0) return true;
-            if (limit != kNoLimit && tick_count_ms() - start >= limit) return false;
+            if (deadline.expired()) return false;
+            // The driver does not signal an empty queue: look again in 1 ms.
             if (wait_for(POLLOUT, 1) < 0) return false;
         }
     }
@@ -219,8 +241,7 @@ public:
     bool write(const void* data, size_t size, size_t& written) override {
         written = 0;
         const auto* p = static_cast<const uint8_t*>(data);
-        const uint32_t limit = write_bound(size);
-        const uint32_t start = tick_count_ms();
+        const Deadline deadline = write_deadline(size);
         while (written < size) {
             if (cancelled_) return false;
             const ssize_t n = ::write(fd_, p + written, size - written);
@@ -232,22 +253,24 @@ public:
             if (n < 0 && errno != EAGAIN) return false;
             // The line is full: wait for room until the time-out, which cuts
             // the write short but does not fail it.
-            const int left = remaining(limit, start);
+            const int left = deadline.wait_ms();
             if (left == 0) return true;
             if (wait_for(POLLOUT, left) < 0) return false;
         }
         return true;
     }
 
-    ReadResult read_byte(uint8_t& byte) override {
-        if (take_buffered(byte)) return ReadResult::Byte;
-        ComTimeouts t;
-        get_timeouts(t);
-        const bool at_once = t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0;
-        const uint32_t limit = at_once ? 0 : bound(t.read_multiplier, t.read_constant, 1);
-        const uint32_t start = tick_count_ms();
+    // With nothing read ahead, waits first and reads after: an answer is
+    // rarely there the moment its command has gone, so this spares the
+    // read that would find nothing.
+    ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, size_t& got) override {
+        got = 0;
+        const Deadline deadline = Deadline::in_ms(std::min(wait_ms, read_bound()));
+        bool wait_first = read_ahead_empty();
         for (;;) {
             if (cancelled_) return ReadResult::Failed;
+            if (wait_first && wait_for(POLLIN, deadline.wait_ms()) < 0) return ReadResult::Failed;
+            wait_first = true;
             {
                 std::lock_guard lock(rx_mutex_);
                 if (rx_head_ == rx_tail_) {
@@ -260,14 +283,21 @@ public:
                     }
                 }
                 if (rx_head_ < rx_tail_) {
-                    byte = rx_[rx_head_++];
-                    return ReadResult::Byte;
+                    while (got < room && rx_head_ < rx_tail_) {
+                        const uint8_t b = rx_[rx_head_++];
+                        out[got++] = b;
+                        if (b == end) break;
+                    }
+                    return ReadResult::Data;
                 }
             }
-            const int left = remaining(limit, start);
-            if (left == 0) return ReadResult::TimedOut;
-            if (wait_for(POLLIN, left) < 0) return ReadResult::Failed;
+            if (deadline.expired()) return ReadResult::TimedOut;
         }
+    }
+
+    bool read_ahead_empty() {
+        std::lock_guard lock(rx_mutex_);
+        return rx_head_ == rx_tail_;
     }
 
     bool modem_status(uint32_t& bits) override {
@@ -383,25 +413,20 @@ private:
         return true;
     }
 
-    bool take_buffered(uint8_t& byte) {
-        std::lock_guard lock(rx_mutex_);
-        if (rx_head_ == rx_tail_) return false;
-        byte = rx_[rx_head_++];
-        return true;
-    }
-
-    uint32_t write_bound(size_t bytes) {
+    // How long one write of `bytes` may take.
+    Deadline write_deadline(size_t bytes) {
         std::lock_guard lock(mutex_);
-        return bound(timeouts_.write_multiplier, timeouts_.write_constant, bytes);
+        const uint32_t limit = bound(timeouts_.write_multiplier, timeouts_.write_constant, bytes);
+        return limit == kNoLimit ? Deadline::never() : Deadline::in_ms(limit);
     }
 
-    // Milliseconds left of limit since start, -1 for no limit.
-    static int remaining(uint32_t limit, uint32_t start) {
-        if (limit == kNoLimit) return -1;
-        const uint32_t spent = tick_count_ms() - start;
-        if (spent >= limit) return 0;
-        const uint32_t left = limit - spent;
-        return left > static_cast<uint32_t>(INT_MAX) ? INT_MAX : static_cast<int>(left);
+    // How long one read may wait for its first byte: 0 in the "return at
+    // once" setting, UINT32_MAX (as good as forever) without a bound.
+    uint32_t read_bound() {
+        std::lock_guard lock(mutex_);
+        const ComTimeouts& t = timeouts_;
+        if (t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0) return 0;
+        return bound(t.read_multiplier, t.read_constant, 1);
     }
 
     // Waits until the tty is ready for `what`, the time passes or cancel()
@@ -417,6 +442,7 @@ private:
     const std::string canonical_;
     const int fd_;
     const int wake_;
+    const bool has_tx_queue_;  // false for pseudo-terminals
     std::atomic<bool> cancelled_{false};
 
     std::mutex mutex_;  // everything below up to the receive buffer
@@ -478,7 +504,10 @@ std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* e
     char* real = ::realpath(device.c_str(), nullptr);
     std::string canonical = real ? real : device;
     std::free(real);
-    auto port = std::make_unique<TtyComPort>(device, std::move(canonical), fd, wake);
+    // Unix 98 pseudo-terminal slaves have the majors 136..143.
+    struct stat st{};
+    const bool pty = ::fstat(fd, &st) == 0 && major(st.st_rdev) >= 136 && major(st.st_rdev) <= 143;
+    auto port = std::make_unique<TtyComPort>(device, std::move(canonical), fd, wake, !pty);
     // Opening a tty raises DTR and RTS; the model of the virtual
     // controller's ports does the same.
     port->set_line(ModemLine::Dtr, true);

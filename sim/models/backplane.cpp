@@ -7,11 +7,8 @@ namespace {
 constexpr uint32_t kVersion = 0x9000;
 constexpr uint32_t kDipSwitch = 0x9002;
 constexpr uint32_t kSlotSelect = 0x9004;
-constexpr uint32_t kEndOfInterrupt = 0x9006;
 constexpr uint32_t kPresence = 0x9008;
 constexpr uint32_t kSlotCount = 0x9046;
-// Interrupt status (latch) registers: writing 1 bits clears them.
-bool is_status_register(uint32_t off) { return off == 0x9012 || off == 0x9016 || off == 0x901A; }
 
 uint8_t& reg(State& s, uint32_t off) { return s.image[off]; }
 
@@ -42,21 +39,26 @@ void backplane_power_up(State& s, const Description& d) {
     s.image[0] = static_cast<uint8_t>(cpu_word & 0xFF);
     s.image[1] = static_cast<uint8_t>(cpu_word >> 8);
     backplane_update_presence(s);
+    slot_irq_power_up(s);
+    timers_power_up(s, s.epoch_ns);
 }
 
-uint8_t backplane_read(State& s, uint32_t offset, uint64_t) {
+uint8_t backplane_read(State& s, uint32_t offset, uint64_t now) {
+    if (is_slot_irq_register(offset)) return slot_irq_read(s, offset);
+    if (is_timer_register(offset)) return timer_read(s, offset, now);
     switch (offset) {
     case kDipSwitch:
         return static_cast<uint8_t>(~s.dip_switch);  // switches read active low
     case kSlotSelect:
-    case kEndOfInterrupt:
         return 0xFF;  // write-only registers read as a floating bus
     default:
         return reg(s, offset);
     }
 }
 
-void backplane_write(State& s, uint32_t offset, uint8_t value, uint64_t) {
+void backplane_write(State& s, uint32_t offset, uint8_t value, uint64_t now) {
+    if (is_slot_irq_register(offset)) return slot_irq_write(s, offset, value);
+    if (is_timer_register(offset)) return timer_write(s, offset, value, now);
     switch (offset) {
     case kVersion:
     case kDipSwitch:   // the switch is an input; writes do not move it
@@ -67,14 +69,7 @@ void backplane_write(State& s, uint32_t offset, uint8_t value, uint64_t) {
     case kSlotSelect:
         s.slot_select = value;
         return;
-    case kEndOfInterrupt:
-        if (value == 0xFF) s.irq_line_armed = 1;
-        return;
     default:
-        if (is_status_register(offset)) {
-            reg(s, offset) = static_cast<uint8_t>(reg(s, offset) & ~value);
-            return;
-        }
         reg(s, offset) = value;
     }
 }

@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "platform/gpio.h"
+#include "sim/models/models.h"
 #include "sim/models/peripherals.h"
 
 namespace vex::sim::models {
@@ -50,9 +51,11 @@ void settle(State& s, uint64_t now) {
             if (!changed[b]) continue;
             any = true;
             const uint32_t latched = (changed[b] & level & g.rising[b]) | (changed[b] & ~level & g.falling[b]);
-            g.edges_latched += static_cast<uint32_t>(std::popcount(latched & ~g.edge[b]));
+            const uint32_t fresh = latched & ~g.edge[b];
+            g.edges_latched += static_cast<uint32_t>(std::popcount(fresh));
             g.edge[b] |= latched;
             g.level[b] = level;
+            if (fresh) gpio_edges_latched(s, b, fresh);  // the interrupt controller looks
         }
         if (!any) return;
         gpio_wiring_changed(s, changed, now);

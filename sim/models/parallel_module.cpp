@@ -33,13 +33,21 @@
 // starts from its description, as does one whose description changed.
 // At power-up a module whose power-on value is enabled (parameter 0)
 // drives it, with last source 1.
+//
+// Interrupt line. The module holds its slot's interrupt line high while its
+// watchdog has expired with the watchdog interrupt enabled (2 at 0x22) and
+// the watchdog still switched on; switching the watchdog off (0 to 0x1C) or
+// the interrupt off drops it. An edge of an input that the description
+// names (interrupt_rising, interrupt_falling) sends a short pulse.
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstring>
 #include <string>
 
 #include "platform/target.h"
+#include "sim/interrupt_lines.h"
 #include "sim/models/models.h"
 #include "sim/models/services.h"
 
@@ -155,6 +163,14 @@ uint8_t status(const ParallelModule& m) {
     return static_cast<uint8_t>((m.wdt_expired ? 0x10 : 0x00) | (m.last_source & 0x0F));
 }
 
+constexpr uint8_t kWdtIrqOn = 2;
+
+bool irq_line_high(const ParallelModule& m) {
+    return m.watchdog && m.wdt_irq_enable == kWdtIrqOn && m.wdt_expired && m.wdt_enabled;
+}
+
+void sync_line(State& s, int slot, uint64_t now) { slot_line_level(s, slot, irq_line_high(mod(s, slot)), now); }
+
 uint8_t watchdog_read(const ParallelModule& m, uint32_t offset) {
     switch (offset) {
     case 0x1A:
@@ -193,12 +209,16 @@ void watchdog_write(State& s, int slot, uint32_t offset, uint8_t value, uint64_t
         } else {
             m.wdt_enabled = 0;
         }
+        sync_line(s, slot, now);
+        reschedule_irq(s, slot);
         return;
     case 0x1E:
         m.wdt_timeout = value;  // takes effect when next armed or refreshed
         return;
     case 0x22:
         m.wdt_irq_enable = value;
+        sync_line(s, slot, now);
+        reschedule_irq(s, slot);
         return;
     case 0x24:
         if (value == 0x55 && m.wdt_enabled && !m.wdt_expired) arm(m, now);
@@ -270,6 +290,24 @@ void parallel_advance(State& s, int slot, uint64_t now) {
     m.wdt_expired = 1;
     m.do_latch = param_word(m, kParamSafeValue) & channel_mask(m.do_channels);
     m.last_source = kSourceSafe;
+    sync_line(s, slot, now);
+}
+
+uint64_t parallel_irq_deadline(const State& s, int slot) {
+    if (s.slots[slot].kind != static_cast<uint8_t>(ModuleKind::Parallel)) return UINT64_MAX;
+    const ParallelModule& m = s.slots[slot].parallel;
+    if (!m.watchdog || !m.wdt_enabled || m.wdt_expired || m.wdt_irq_enable != kWdtIrqOn) return UINT64_MAX;
+    return m.wdt_deadline_ns;
+}
+
+void parallel_set_inputs(State& s, int slot, uint32_t lines, uint64_t now) {
+    parallel_advance(s, slot, now);
+    ParallelModule& m = mod(s, slot);
+    const uint32_t before = m.di;
+    m.di = lines & channel_mask(m.di_channels);
+    const uint32_t rising = m.di & ~before & s.irq.input_rising[slot];
+    const uint32_t falling = ~m.di & before & s.irq.input_falling[slot];
+    if (rising | falling) slot_line_pulse(s, slot, Pulse::Full, now);
 }
 
 uint8_t parallel_read(State& s, int slot, uint32_t offset, uint64_t now) {

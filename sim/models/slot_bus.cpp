@@ -30,6 +30,9 @@ void slot_install(State& s, int slot, const SlotDescription& d, uint64_t now) {
     std::memset(&sl, 0, sizeof sl);
     sl.kind = static_cast<uint8_t>(d.kind);
     sl.id = d.kind == ModuleKind::Serial ? 0xFF : d.id;
+    s.irq.input_rising[slot] = d.kind == ModuleKind::Parallel ? d.irq_rising : 0;
+    s.irq.input_falling[slot] = d.kind == ModuleKind::Parallel ? d.irq_falling : 0;
+    slot_line_level(s, slot, false, now);
     if (d.kind == ModuleKind::Parallel) {
         parallel_power_up(s, slot, d, now);
     } else if (d.kind == ModuleKind::Serial) {
@@ -45,8 +48,10 @@ void slot_install(State& s, int slot, const SlotDescription& d, uint64_t now) {
     backplane_update_presence(s);
 }
 
-void slot_remove(State& s, int slot) {
+void slot_remove(State& s, int slot, uint64_t now) {
     std::memset(&s.slots[slot], 0, sizeof s.slots[slot]);
+    s.irq.input_rising[slot] = s.irq.input_falling[slot] = 0;
+    slot_line_level(s, slot, false, now);  // the module's line goes with it
     backplane_update_presence(s);
 }
 

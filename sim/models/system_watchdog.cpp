@@ -95,11 +95,12 @@ void reset_backplane(State& s) {
     d.backplane_version = s.backplane_version;
     d.dip_switch = s.dip_switch;
     d.slot_count = static_cast<uint8_t>(s.slot_count_code == 7 ? 8 : s.slot_count_code);
-    s.irq_line_armed = 0;
     backplane_power_up(s, d);
 }
 
 void apply_reset(State& s, uint64_t at, uint8_t type) {
+    // The OS timer and the backplane timers count from the reset.
+    __atomic_store_n(&s.epoch_ns, at, __ATOMIC_RELEASE);
     for (int i = 0; i < kSlots; ++i) {
         if (s.slots[i].kind == static_cast<uint8_t>(ModuleKind::Parallel)) {
             parallel_advance(s, i, at);  // a module watchdog that ran out first
@@ -111,7 +112,6 @@ void apply_reset(State& s, uint64_t at, uint8_t type) {
     reset_backplane(s);
     peripherals_power_up(s);
     s.peripherals.power.word[plat::power::kResetStatus / 4] = plat::power::kResetWatchdog;
-    __atomic_store_n(&s.epoch_ns, at, __ATOMIC_RELEASE);
 
     SystemWatchdogState& w = s.services.watchdog;
     w.enabled = 0;

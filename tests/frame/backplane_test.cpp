@@ -60,7 +60,7 @@ TEST_F(Backplane, SlotSelectIsActiveLowAndOnlyLowByteCounts) {
 TEST_F(Backplane, ResetClearsInterruptsInOrder) {
     _vex_outp(0x9010, 0x0F);
     _vex_outp(0x9044, 0x0F);
-    sim().with_lock([](vex::sim::State& s) { return s.image[0x9012] = 0x33; });
+    sim().with_lock([](vex::sim::State& s) { return s.image[0x9012] = s.irq.latch[0] = 0x33; });
     _vex_outp(0x9012, 0x01);  // writing ones clears those latched bits only
     EXPECT_EQ(_vex_inp(0x9012), 0x32u);
 
@@ -73,7 +73,7 @@ TEST_F(Backplane, ResetClearsInterruptsInOrder) {
     ASSERT_EQ(sim().state().trace_next - before, std::size(expected));
     for (uint32_t i = 0; i < std::size(expected); ++i)
         EXPECT_EQ(sim().state().trace[(before + i) % vex::sim::kTraceEntries].offset, expected[i]) << i;
-    EXPECT_EQ(sim().state().irq_line_armed, 1);
+    EXPECT_EQ(sim().state().irq.in_service, 0);
 }
 
 TEST_F(Backplane, WordAccessorsAndMapPointer) {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "serial/slot_command.h"
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 

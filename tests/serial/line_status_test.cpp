@@ -7,7 +7,7 @@
 
 #include "serial/port_table.h"
 #include "sim/serial_ports.h"
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "serial/port_table.h"
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 

@@ -4,7 +4,7 @@
 #include <future>
 #include <string>
 
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 

@@ -1,34 +1,66 @@
 #include "tools/common/cli.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/text_codec.h"
+#include "vexsdk.h"
+
 namespace vex::tools {
+namespace {
+
+const char* g_program = "vexsdk";
+
+}  // namespace
+
+void set_program_name(const char* name) { g_program = name; }
 
 void fail(int code, const std::string& message) {
-    std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, message.c_str());
+    std::fprintf(stderr, "%s: %s\n", g_program, message.c_str());
     std::exit(code);
 }
 
-uint32_t parse_u32(const std::string& text, const char* what, uint32_t max) {
+uint32_t parse_number(const std::string& text, const char* what, uint32_t max) {
     char* end = nullptr;
     errno = 0;
     const unsigned long long v = std::strtoull(text.c_str(), &end, 0);
-    if (text.empty() || text[0] == '-' || text[0] == '+' || text[0] == ' ' || *end != '\0' || errno != 0 || v > max)
-        fail(kBadCommandLine, std::string(what) + " must be a number from 0 to " + std::to_string(max) +
-                                  " (decimal or 0x hex), not '" + text + "'");
+    if (text.empty() || text[0] == '-' || text[0] == '+' || text[0] == ' ' || *end != '\0' || errno != 0 ||
+        v > max) {
+        char range[64];
+        std::snprintf(range, sizeof range, "from 0 to %u (0x%X)", max, max);
+        fail(kExitUsage, std::string(what) + " must be a number " + range + ", decimal or 0x hex, not '" + text + "'");
+    }
     return static_cast<uint32_t>(v);
 }
 
-int32_t parse_i32(const std::string& text, const char* what, int32_t min, int32_t max) {
+int64_t parse_signed(const std::string& text, const char* what, int64_t min, int64_t max) {
     char* end = nullptr;
     errno = 0;
-    const long long v = std::strtoll(text.c_str(), &end, 10);
+    const long long v = std::strtoll(text.c_str(), &end, 0);
     if (text.empty() || text[0] == ' ' || *end != '\0' || errno != 0 || v < min || v > max)
-        fail(kBadCommandLine, std::string(what) + " must be a whole number from " + std::to_string(min) + " to " +
-                                  std::to_string(max) + ", not '" + text + "'");
-    return static_cast<int32_t>(v);
+        fail(kExitUsage, std::string(what) + " must be a number from " + std::to_string(min) + " to " +
+                             std::to_string(max) + ", not '" + text + "'");
+    return v;
+}
+
+float parse_real(const std::string& text, const char* what) {
+    char* end = nullptr;
+    errno = 0;
+    const float v = std::strtof(text.c_str(), &end);
+    const bool plain = text.find_first_not_of("+-.0123456789") == std::string::npos;
+    if (text.empty() || !plain || *end != '\0' || errno != 0 || !std::isfinite(v))
+        fail(kExitUsage, std::string(what) + " must be a decimal number such as -2.5, not '" + text + "'");
+    return v;
+}
+
+std::string error_text(uint32_t code) {
+    wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
+    vex_GetErrorMessage(code, message);
+    char head[32];
+    std::snprintf(head, sizeof head, "error 0x%X", code);
+    return std::string(head) + ": " + (message[0] ? plat::to_utf8(message) : "(no message)");
 }
 
 }  // namespace vex::tools

@@ -1,8 +1,8 @@
-// What vexctl and vexsim share on their command lines: one number parser
-// and one way to fail, with the same exit codes in both tools.
-//   0  done
-//   1  the controller refused or cannot (no such slot, no card, ...)
-//   2  bad command line (a number that is not one, out of range, ...)
+// What vexctl and vexsim share on the command line: one way to fail, with
+// fixed exit codes, and one number parser.
+//
+//   exit 1  the controller, port or module refused or failed
+//   exit 2  the command line is wrong
 #pragma once
 
 #include <cstdint>
@@ -10,16 +10,23 @@
 
 namespace vex::tools {
 
-inline constexpr int kRefused = 1;
-inline constexpr int kBadCommandLine = 2;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
 
 // Prints "<program>: <message>" on stderr and exits with `code`.
 [[noreturn]] void fail(int code, const std::string& message);
+// The program name fail() prints ("vexctl", "vexsim").
+void set_program_name(const char* name);
 
-// A whole number in decimal or 0x hexadecimal, 0..max. Anything else
-// (sign, junk, empty, too large) fails with exit code 2, naming `what`.
-uint32_t parse_u32(const std::string& text, const char* what, uint32_t max = 0xFFFFFFFFu);
-// A signed whole number in decimal, min..max; fails like parse_u32.
-int32_t parse_i32(const std::string& text, const char* what, int32_t min, int32_t max);
+// A number in decimal or 0x hexadecimal (no sign), at most `max`; anything
+// else fails with kExitUsage naming `what`.
+uint32_t parse_number(const std::string& text, const char* what, uint32_t max = 0xFFFFFFFFu);
+// A signed decimal or 0x hexadecimal number within [min, max].
+int64_t parse_signed(const std::string& text, const char* what, int64_t min, int64_t max);
+// A decimal number with an optional sign and point ("-2.5").
+float parse_real(const std::string& text, const char* what);
+
+// "error 0x14002: Uart read timeout"
+std::string error_text(uint32_t code);
 
 }  // namespace vex::tools

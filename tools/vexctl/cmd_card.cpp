@@ -15,7 +15,7 @@ using vex::tools::fail;
 vex::services::CardConfig config_or_fail() {
     const auto cfg = vex::services::card_config();
     if (!cfg)
-        fail(vex::tools::kRefused, "the card settings under HKEY_LOCAL_MACHINE\\VORLAN\\StorageCard must be strings "
+        fail(vex::tools::kExitFailed, "the card settings under HKEY_LOCAL_MACHINE\\VORLAN\\StorageCard must be strings "
                                    "(Folder, Device), or the library has no controller");
     return *cfg;
 }
@@ -55,22 +55,22 @@ int info() {
 
 int mount(const std::string& name) {
     const auto cfg = config_or_fail();
-    if (!vex_SDOnside()) fail(vex::tools::kRefused, "no card inserted");
+    if (!vex_SDOnside()) fail(vex::tools::kExitFailed, "no card inserted");
     if (vex_SDMount(vex::plat::from_utf8(name).c_str())) {
         std::printf("%s mounted at %s\n", name.c_str(), cfg.folder.c_str());
         return 0;
     }
     const auto first = vex::services::first_partition();
-    if (vex_SDExists()) fail(vex::tools::kRefused, "the card is already mounted at " + cfg.folder);
-    fail(vex::tools::kRefused, "cannot mount '" + name + "' at " + cfg.folder +
+    if (vex_SDExists()) fail(vex::tools::kExitFailed, "the card is already mounted at " + cfg.folder);
+    fail(vex::tools::kExitFailed, "cannot mount '" + name + "' at " + cfg.folder +
                                    (first ? " (the card's first partition is '" + first->name + "')" : " (the card has no partitions)") +
                                    "; the folder's parent must exist, and mounting needs root on a real controller");
 }
 
 int unmount() {
     config_or_fail();
-    if (!vex_SDOnside()) fail(vex::tools::kRefused, "no card inserted");
-    if (!vex_SDUnmount()) fail(vex::tools::kRefused, "the card stays mounted (busy, or no privilege to unmount)");
+    if (!vex_SDOnside()) fail(vex::tools::kExitFailed, "no card inserted");
+    if (!vex_SDUnmount()) fail(vex::tools::kExitFailed, "the card stays mounted (busy, or no privilege to unmount)");
     std::printf("card unmounted\n");
     return 0;
 }

@@ -25,7 +25,7 @@ int run(bool watch, const std::string& changes_text) {
     if (!problem.empty()) std::fprintf(stderr, "vexctl: warning: the link monitor could not start: %s\n", problem.c_str());
     print_links();
     if (!watch) return 0;
-    const uint32_t limit = changes_text.empty() ? 0 : vex::tools::parse_u32(changes_text, "--changes");
+    const uint32_t limit = changes_text.empty() ? 0 : vex::tools::parse_number(changes_text, "--changes");
     uint32_t seen = vex::services::link_changes();
     for (uint32_t n = 0; limit == 0 || n < limit; ++n) {
         seen = vex::services::wait_for_link_change(seen, -1);

@@ -25,16 +25,16 @@ int beep(const BeepOptions& o) {
         std::printf("buzzer silenced\n");
         return 0;
     }
-    const uint32_t count = vex::tools::parse_u32(o.count, "COUNT");
-    const uint32_t ms = vex::tools::parse_u32(o.ms, "MS", 600000);
+    const uint32_t count = vex::tools::parse_number(o.count, "COUNT");
+    const uint32_t ms = vex::tools::parse_number(o.ms, "MS", 600000);
     int32_t freq = 0, duty = 0;
-    if (!o.freq.empty()) freq = vex::tools::parse_i32(o.freq, "--freq", 1, 1000000);
-    if (!o.duty.empty()) duty = vex::tools::parse_i32(o.duty, "--duty", 1, 100);
+    if (!o.freq.empty()) freq = static_cast<int32_t>(vex::tools::parse_signed(o.freq, "--freq", 1, 1000000));
+    if (!o.duty.empty()) duty = static_cast<int32_t>(vex::tools::parse_signed(o.duty, "--duty", 1, 100));
     vex_SetBuzzerFreqDuty(freq, duty);
     uint32_t f = 0, d = 0;
     vex_GetBuzzerFreqDuty(&f, &d);
     vex::services::set_beep_values(count, ms);
-    if (!vex_BuzzerBeep(count, ms)) fail(vex::tools::kRefused, "cannot start the beep thread");
+    if (!vex_BuzzerBeep(count, ms)) fail(vex::tools::kExitFailed, "cannot start the beep thread");
     if (count == 0) {
         std::printf("buzzer sounding at %u Hz, %u %% duty, until 'vexctl beep --stop'\n", f, d);
     } else {
@@ -46,21 +46,21 @@ int beep(const BeepOptions& o) {
 }
 
 int led(const std::string& state) {
-    if (state != "on" && state != "off") fail(vex::tools::kBadCommandLine, "led takes 'on' or 'off', not '" + state + "'");
+    if (state != "on" && state != "off") fail(vex::tools::kExitUsage, "led takes 'on' or 'off', not '" + state + "'");
     vex_EnableLED(state == "on" ? 1 : 0);
     return 0;
 }
 
 int backlight(const std::string& text, bool slope) {
-    const int32_t level = vex::tools::parse_i32(text, "LEVEL", 0, 100);
+    const int32_t level = static_cast<int32_t>(vex::tools::parse_signed(text, "LEVEL", 0, 100));
     const int32_t kind = vex::services::backlight_kind();
     if (kind == VEX_BACKLIGHT_NO_HWID)
-        fail(vex::tools::kRefused, "the controller has no hardware ID: its backlight kind is unknown");
+        fail(vex::tools::kExitFailed, "the controller has no hardware ID: its backlight kind is unknown");
     if (kind == VEX_BACKLIGHT_NONE)
-        fail(vex::tools::kRefused, "this controller's backlight is not driven by the library (hardware ID is not "
+        fail(vex::tools::kExitFailed, "this controller's backlight is not driven by the library (hardware ID is not "
                                    "HR31..., HR-208K... or HR19...)");
     if (slope && kind != VEX_BACKLIGHT_PWM)
-        fail(vex::tools::kRefused, "--slope needs a dimmable backlight; this one only switches on and off");
+        fail(vex::tools::kExitFailed, "--slope needs a dimmable backlight; this one only switches on and off");
     if (slope)
         vex_SetBackLight_Slope(level);
     else

@@ -4,7 +4,6 @@
 
 #include "platform/os_timer.h"
 #include "platform/peripherals.h"
-#include "platform/text_codec.h"
 #include "tools/common/cli.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
@@ -19,25 +18,23 @@ struct WatchdogOptions {
 };
 
 uint32_t parse_type(const std::string& text) {
-    const uint32_t type = vex::tools::parse_u32(text, "TYPE", 0xFFFFFFFFu);
+    const uint32_t type = vex::tools::parse_number(text, "TYPE", 0xFFFFFFFFu);
     if (type != VEX_WDT_BACKPLANE && type != VEX_WDT_OS_TIMER)
-        fail(vex::tools::kBadCommandLine, "TYPE must be 0 (backplane watchdog) or 1 (OS timer watchdog), not " + text);
+        fail(vex::tools::kExitUsage, "TYPE must be 0 (backplane watchdog) or 1 (OS timer watchdog), not " + text);
     return type;
 }
 
 [[noreturn]] void refused(const char* what) {
-    wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
     const uint32_t code = vex_GetLastError();
-    vex_GetErrorMessage(code, message);
-    fail(vex::tools::kRefused, std::string(what) + ": " + vex::plat::to_utf8(message) +
-                                   (code == VEX_ERR_WDT_VALUE ? " (backplane: 1..31 s; OS timer: 1 ms and up)" : ""));
+    fail(vex::tools::kExitFailed, std::string(what) + ": " + vex::tools::error_text(code) +
+                                      (code == VEX_ERR_WDT_VALUE ? " (backplane: 1..31 s; OS timer: 1 ms and up)" : ""));
 }
 
 const char* unit(uint32_t type) { return type == VEX_WDT_BACKPLANE ? "s" : "ms"; }
 
 int enable(uint32_t type, const std::string& time_text) {
-    if (time_text.empty()) fail(vex::tools::kBadCommandLine, "enable needs TIME");
-    const uint32_t time = vex::tools::parse_u32(time_text, "TIME");
+    if (time_text.empty()) fail(vex::tools::kExitUsage, "enable needs TIME");
+    const uint32_t time = vex::tools::parse_number(time_text, "TIME");
     vex_ClearLastError();
     if (!vex_EnableWatchDog(type, time)) refused("cannot enable the watchdog");
     std::printf("watchdog %u enabled: the controller resets in %u %s unless refreshed ('vexctl watchdog refresh %u%s')\n",
@@ -53,10 +50,10 @@ int refresh(uint32_t type, const std::string& time_text) {
         return 0;
     }
     if (time_text.empty())
-        fail(vex::tools::kBadCommandLine, "refreshing the OS timer watchdog needs TIME in ms (its time belongs to the "
+        fail(vex::tools::kExitUsage, "refreshing the OS timer watchdog needs TIME in ms (its time belongs to the "
                                           "program that armed it)");
     vex_ClearLastError();
-    if (!vex_SetWatchDogTime(type, vex::tools::parse_u32(time_text, "TIME"))) refused("cannot refresh the watchdog");
+    if (!vex_SetWatchDogTime(type, vex::tools::parse_number(time_text, "TIME"))) refused("cannot refresh the watchdog");
     return 0;
 }
 

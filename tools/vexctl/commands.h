@@ -11,3 +11,6 @@ void register_watchdog_commands(CLI::App& app);  // watchdog
 void register_panel_commands(CLI::App& app);     // beep, led, backlight
 void register_card_commands(CLI::App& app);      // card
 void register_link_commands(CLI::App& app);      // link
+void register_module_commands(CLI::App& app);  // module
+void register_irq_commands(CLI::App& app);     // irq watch
+void register_timer_commands(CLI::App& app);   // timer, hotplug

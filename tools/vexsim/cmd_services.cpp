@@ -140,18 +140,18 @@ void register_service_commands(CLI::App& app) {
         if (part.name.empty()) part.name = "mmcblk0p1";
         if (part.name.size() >= sim::kCardText || part.file_system.size() >= sim::kCardText ||
             part.label.size() >= sim::kCardText || part.contents.size() >= sim::kCardPath || part.name.find('/') != std::string::npos)
-            fail(vex::tools::kBadCommandLine, "names, file system and label are at most 31 characters (no '/' in the name), "
+            fail(vex::tools::kExitUsage, "names, file system and label are at most 31 characters (no '/' in the name), "
                                               "the directory at most 255");
         auto i = attach_or_exit(inst.resolve());
         const std::vector<sim::CardPartitionDescription> parts{part};
-        if (!sim::card_insert(*i, custom ? &parts : nullptr)) fail(vex::tools::kRefused, "a card is already inserted");
+        if (!sim::card_insert(*i, custom ? &parts : nullptr)) fail(vex::tools::kExitFailed, "a card is already inserted");
         std::exit(0);
     });
     CLI::App* rm = c->add_subcommand("remove", "Remove the card (unmounting it)");
     inst.add_to(rm);
     rm->callback([] {
         auto i = attach_or_exit(inst.resolve());
-        if (!sim::card_remove(*i)) fail(vex::tools::kRefused, "no card is inserted");
+        if (!sim::card_remove(*i)) fail(vex::tools::kExitFailed, "no card is inserted");
         std::exit(0);
     });
 
@@ -163,15 +163,15 @@ void register_service_commands(CLI::App& app) {
     l->add_option("state", link_state, "up or down")->required();
     l->callback([] {
         if (link_state != "up" && link_state != "down")
-            fail(vex::tools::kBadCommandLine, "the link state is 'up' or 'down', not '" + link_state + "'");
+            fail(vex::tools::kExitUsage, "the link state is 'up' or 'down', not '" + link_state + "'");
         const std::string name = inst.resolve();
         auto i = attach_or_exit(name);
         const std::string iface = interface_of(name, link_name);
-        if (iface.empty()) fail(vex::tools::kRefused, link_name + " names no interface (its registry value is not a string)");
+        if (iface.empty()) fail(vex::tools::kExitFailed, link_name + " names no interface (its registry value is not a string)");
         if (!sim::link_set(*i, iface, link_state == "up")) {
             std::string known;
             for (const sim::LinkView& v : sim::links_snapshot(*i)) known += (known.empty() ? "" : ", ") + v.interface;
-            fail(vex::tools::kRefused, "the controller has no adapter '" + iface + "'" +
+            fail(vex::tools::kExitFailed, "the controller has no adapter '" + iface + "'" +
                                            (link_name != iface ? " (" + link_name + ")" : "") +
                                            (known.empty() ? "; it has none" : "; it has " + known));
         }

@@ -93,6 +93,8 @@ int show(const std::string& name) {
         }
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
         show_services(s, now);
+        vex::sim::models::timers_advance(s, now);
+        show_interrupts(s, now);
         return 0;
     });
     return 0;

@@ -29,3 +29,6 @@ void register_service_commands(CLI::App& app);     // card, set link (after cont
 // text of a services' trace entry (false for other kinds).
 void show_services(vex::sim::State& s, uint64_t now);
 bool describe_service_event(const vex::sim::TraceEntry& e, char* buf, size_t size);
+void register_irq_commands(CLI::App& app);         // irq
+// The interrupt, timer and hot-plug part of vexsim show (state locked).
+void show_interrupts(const vex::sim::State& s, uint64_t now);

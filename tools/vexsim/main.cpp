@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/target.h"
+#include "tools/common/cli.h"
 #include "tools/vexsim/commands.h"
 
 void InstanceOption::add_to(CLI::App* cmd) {
@@ -38,6 +39,7 @@ uint32_t parse_number_or_exit(const std::string& text, const char* what, uint32_
 }
 
 int main(int argc, char** argv) {
+    vex::tools::set_program_name("vexsim");
     CLI::App app{"vexsim - the virtual controller\n"
                  "Instances live in $VEXSDK_SIM_DIR (default ~/.local/state/vexsdk/sim)."};
     app.require_subcommand(1);
@@ -46,6 +48,7 @@ int main(int argc, char** argv) {
     register_control_commands(app);
     register_time_commands(app);
     register_service_commands(app);
+    register_irq_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }

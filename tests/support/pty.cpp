@@ -1,4 +1,4 @@
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -33,9 +33,12 @@ Pty::Pty() {
     ::tcsetattr(slave_fd_, TCSANOW, &t);
 }
 
-Pty::~Pty() {
-    ::close(slave_fd_);
-    ::close(master_);
+Pty::~Pty() { hang_up(); }
+
+void Pty::hang_up() {
+    if (slave_fd_ >= 0) ::close(slave_fd_);
+    if (master_ >= 0) ::close(master_);
+    slave_fd_ = master_ = -1;
 }
 
 void Pty::map_as(const std::wstring& name) const {

@@ -40,6 +40,8 @@ public:
     // Everything that comes until the line has been quiet for quiet_ms.
     std::string read_all(int quiet_ms = 50) const;
     void write(const std::string& bytes) const;
+    // Closes the far end (both of the test's sides): the port's line hangs up.
+    void hang_up();
 
 private:
     int master_ = -1;

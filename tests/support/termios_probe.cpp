@@ -3,7 +3,7 @@
 #include <asm/termbits.h>
 #include <sys/ioctl.h>
 
-#include "tests/serial/pty.h"
+#include "tests/support/pty.h"
 
 namespace vex::test {
 

@@ -1,0 +1,217 @@
+// The platform's interrupt services: real-time priorities, UIO devices on
+// the hardware target (a FIFO standing in), and failing system calls.
+#include <fcntl.h>
+#include <linux/capability.h>
+#include <sys/eventfd.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <filesystem>
+#include <thread>
+
+#include "frame/library.h"
+#include "platform/interrupt.h"
+#include "platform/linux/irq_calls.h"
+#include "platform/shared_section.h"
+#include "platform/system.h"
+#include "platform/target.h"
+#include "platform/thread_priority.h"
+#include "sim/models/models.h"
+#include "tests/support/sim_fixture.h"
+#include "vexsdk.h"
+
+namespace vex::test {
+namespace {
+
+std::atomic<int> g_calls{0};
+int32_t count_and_acknowledge() {
+    g_calls.fetch_add(1);
+    return 0;
+}
+
+bool wait_calls(int n) {
+    for (int i = 0; i < 5000 && g_calls.load() < n; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return g_calls.load() >= n;
+}
+
+int open_descriptors() {
+    int n = 0;
+    for (const auto& e : std::filesystem::directory_iterator("/proc/self/fd")) n += !e.path().empty();
+    return n;
+}
+
+TEST(Priority, ControllerScaleMapsOntoSchedFifo) {
+    EXPECT_EQ(plat::sched_fifo_priority(0), 99);
+    EXPECT_EQ(plat::sched_fifo_priority(50), 80);
+    EXPECT_EQ(plat::sched_fifo_priority(100), 60);
+    EXPECT_EQ(plat::sched_fifo_priority(247), 1);
+    EXPECT_EQ(plat::sched_fifo_priority(248), 0) << "the normal range";
+    EXPECT_EQ(plat::sched_fifo_priority(255), 0);
+    EXPECT_EQ(plat::sched_fifo_priority(256), -1);
+    EXPECT_EQ(plat::sched_fifo_priority(-1), -1);
+}
+
+// ---- Without real-time rights (run in a child process of its own) -------
+
+class NoRealtime : public SimFixture {};
+
+TEST_F(NoRealtime, ChildWithoutRightsIsServedAtNormalPriority) {
+    if (plat::env("VEXSDK_TEST_NO_RT").empty()) GTEST_SKIP() << "runs as the child of Priority.WithoutRealtimeRights";
+    rlimit none{0, 0};
+    ASSERT_EQ(::setrlimit(RLIMIT_RTPRIO, &none), 0);
+    __user_cap_header_struct head{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct caps[2] = {};
+    ASSERT_EQ(::syscall(SYS_capget, &head, caps), 0);
+    caps[0].effective &= ~(1u << CAP_SYS_NICE);
+    caps[0].permitted &= ~(1u << CAP_SYS_NICE);
+    ASSERT_EQ(::syscall(SYS_capset, &head, caps), 0);
+
+    ASSERT_TRUE(vex_RegisterSlotInterrupt(1, count_and_acknowledge));
+    EXPECT_FALSE(vex_SetSlotInterruptPriority(1, 100));
+    EXPECT_TRUE(vex_SetSlotInterruptPriority(1, 250));
+    vex_EnableSlotInterrupt(1, 1);
+    const uint64_t now = sim().now_ns();
+    sim().with_lock([now](sim::State& s) {
+        sim::models::slot_line_pulse(s, 1, sim::models::Pulse::Full, now);
+        return 0;
+    });
+    EXPECT_TRUE(wait_calls(1));
+}
+
+TEST(Priority, WithoutRealtimeRights) {
+    ::setenv("VEXSDK_TEST_NO_RT", "1", 1);
+    const ProcessResult r = run_process({plat::executable_path(), "--gtest_filter=NoRealtime.*"});
+    ::unsetenv("VEXSDK_TEST_NO_RT");
+    EXPECT_EQ(r.status, 0) << r.output;
+    EXPECT_NE(r.output.find("[  PASSED  ] 1 test"), std::string::npos) << r.output;
+}
+
+// ---- The hardware target's UIO devices -----------------------------------
+
+constexpr off_t kWindow = 0x17000000;
+
+class Uio : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char templ[] = "/tmp/vexsdk-uio-XXXXXX";
+        ASSERT_NE(::mkdtemp(templ), nullptr);
+        dir_ = templ;
+        fd_ = ::open((dir_ + "/physmem").c_str(), O_RDWR | O_CREAT, 0600);
+        ASSERT_GE(fd_, 0);
+        ASSERT_EQ(::ftruncate(fd_, kWindow + 0x10000), 0);
+        poke(kWindow + 0x9046, 0x07);  // eight slots
+        poke(kWindow + 0x9008, 0x00);
+        ASSERT_EQ(::mkfifo((dir_ + "/vex-slot2").c_str(), 0600), 0);
+        ::setenv("VEXSDK_TARGET", "hw", 1);
+        ::setenv("VEXSDK_PHYSMEM", (dir_ + "/physmem").c_str(), 1);
+        ::setenv("VEXSDK_REGISTRY", (dir_ + "/registry.db").c_str(), 1);
+        ::setenv("VEXSDK_UIO", dir_.c_str(), 1);
+        plat::reload_target();
+        frame::library_attach();
+    }
+    void TearDown() override {
+        frame::library_detach();
+        plat::remove_shared_objects("/vexsdk.hw.");
+        ::close(fd_);
+        std::filesystem::remove_all(dir_);
+        for (const char* v : {"VEXSDK_PHYSMEM", "VEXSDK_REGISTRY", "VEXSDK_UIO"}) ::unsetenv(v);
+    }
+    void poke(off_t at, uint8_t v) { ASSERT_EQ(::pwrite(fd_, &v, 1, at), 1); }
+    uint8_t peek(off_t at) {
+        uint8_t v = 0;
+        EXPECT_EQ(::pread(fd_, &v, 1, at), 1);
+        return v;
+    }
+    std::string dir_;
+    int fd_ = -1;
+};
+
+TEST_F(Uio, InterruptsArriveThroughTheDeviceAndAreAcknowledgedOnTheBus) {
+    g_calls = 0;
+    ASSERT_TRUE(vex_RegisterSlotInterrupt(2, count_and_acknowledge));
+    vex_EnableSlotInterrupt(2, 1);
+    EXPECT_EQ(peek(kWindow + 0x9010), 0x04);
+    const int device = ::open((dir_ + "/vex-slot2").c_str(), O_WRONLY | O_NONBLOCK);
+    ASSERT_GE(device, 0);
+    const uint32_t count = 1;
+    ASSERT_EQ(::write(device, &count, 4), 4);
+    ASSERT_TRUE(wait_calls(1));
+    for (int i = 0; i < 5000 && peek(kWindow + 0x9006) != 0xFF; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_EQ(peek(kWindow + 0x9012), 0x04) << "the latch bit written";
+    EXPECT_EQ(peek(kWindow + 0x9006), 0xFF) << "then the end of interrupt";
+    ::close(device);
+    EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
+}
+
+TEST_F(Uio, AMissingDeviceIsNamed) {
+    EXPECT_FALSE(vex_RegisterSlotInterrupt(3, count_and_acknowledge));
+    std::string why;
+    const int event = ::eventfd(0, 0);
+    EXPECT_FALSE(plat::bind_interrupt(plat::kIrqSlot0 + 3, event, &why));
+    EXPECT_NE(why.find("vex-slot3"), std::string::npos) << why;
+    ::close(event);
+}
+
+// ---- System calls that fail ------------------------------------------------
+
+// Fails the Nth call of the interrupt backend with EMFILE, once.
+int g_fail_at = 0;
+int g_seen = 0;
+plat::IrqCalls g_real;
+
+bool fail_now() {
+    if (++g_seen != g_fail_at) return false;
+    errno = EMFILE;
+    return true;
+}
+int shim_eventfd(unsigned v, int f) { return fail_now() ? -1 : g_real.eventfd(v, f); }
+int shim_socket(int d, int t, int p) { return fail_now() ? -1 : g_real.socket(d, t, p); }
+int shim_bind(int fd, const sockaddr* a, socklen_t l) { return fail_now() ? -1 : g_real.bind(fd, a, l); }
+int shim_timerfd(int c, int f) { return fail_now() ? -1 : g_real.timerfd_create(c, f); }
+int shim_epoll(int f) { return fail_now() ? -1 : g_real.epoll_create1(f); }
+int shim_epoll_ctl(int e, int op, int fd, epoll_event* ev) { return fail_now() ? -1 : g_real.epoll_ctl(e, op, fd, ev); }
+int shim_fcntl(int fd, int cmd, ...) {
+    va_list ap;
+    va_start(ap, cmd);
+    const int arg = va_arg(ap, int);
+    va_end(ap);
+    return fail_now() ? -1 : g_real.fcntl(fd, cmd, arg);
+}
+
+using FailingCalls = SimFixture;
+
+TEST_F(FailingCalls, RegistrationFailsCleanlyAtEveryStep) {
+    g_real = plat::irq_calls();
+    frame::library_detach();
+    const int baseline = open_descriptors();
+    int failures = 0;
+    for (g_fail_at = 1; g_fail_at < 64; ++g_fail_at) {
+        g_seen = 0;
+        plat::IrqCalls& c = plat::irq_calls();
+        c.eventfd = shim_eventfd;
+        c.socket = shim_socket;
+        c.bind = shim_bind;
+        c.timerfd_create = shim_timerfd;
+        c.epoll_create1 = shim_epoll;
+        c.epoll_ctl = shim_epoll_ctl;
+        c.fcntl = shim_fcntl;
+        frame::library_attach();
+        const bool ok = vex_RegisterSlotInterrupt(1, count_and_acknowledge);
+        frame::library_detach();
+        plat::reset_irq_calls();
+        EXPECT_EQ(open_descriptors(), baseline) << "after failing call " << g_fail_at;
+        if (ok && g_seen < g_fail_at) break;  // every call succeeded this time
+        failures += !ok;
+    }
+    EXPECT_GT(failures, 5) << "each step of the registration can fail";
+    EXPECT_LT(g_fail_at, 64);
+    frame::library_attach();
+}
+
+}  // namespace
+}  // namespace vex::test
