@@ -189,6 +189,7 @@ TEST_F(SimPanel, NewBeepAbandonsTheRunningOne) {
     // Until its first tone sounds (a loaded machine may be slow to run it).
     for (const uint64_t until = now_ms() + 5000; services().panel.beeps == beeps && now_ms() < until;)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    vex::services::set_beep_values(2, 10);  // the new thread may read them before vex_BuzzerBeep stores them
     ASSERT_TRUE(vex_BuzzerBeep(2, 10));
     vex::services::wait_for_beep();
     EXPECT_EQ(services().panel.beeps - beeps, 3u) << "one of the first sequence, then the new two";
