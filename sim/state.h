@@ -76,7 +76,7 @@ struct TraceEntry {
     uint64_t when_ns;
     uint32_t offset;
     uint16_t value;
-    uint8_t kind;           // 1 = byte write, 2 = word write
+    uint8_t kind;           // 1 = byte write, 2 = word write; 0x10.. services' events (sim/services_state.h)
     uint8_t pad;
 };
 inline constexpr uint32_t kTraceEntries = 256;
