@@ -10,6 +10,7 @@
 #include "platform/system.h"
 #include "serial/port_table.h"
 #include "services/memory.h"
+#include "services/services.h"
 #include "vexsdk.h"
 
 namespace vex::frame {
@@ -42,9 +43,11 @@ void library_attach() {
     serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();
     irq::attach_interrupts();
+    services::attach_services();  // card store, buzzer, link monitor thread
 }
 
 void library_detach() {
+    services::detach_services();
     irq::detach_interrupts();  // service threads call into everything below
     io::detach_parallel_io();
     pub_Orvale_Deinit();

@@ -133,6 +133,25 @@ kind = "4502"
 name = "COM2:"
 modem_loopback = true
 
+# A storage card with one FAT partition; its files live in the instance
+# directory ("card-mmcblk0p1"). vexsim card insert|remove changes it.
+[card]
+present = true
+[[card.partition]]
+name = "mmcblk0p1"
+file_system = "vfat"
+label = "VEXCARD"
+
+# Two Ethernet adapters: LAN1 (eth0) with a cable, LAN2 (eth1) without.
+# vexsim set link LAN1 up|down changes them.
+[[link]]
+interface = "eth0"
+up = true
+
+[[link]]
+interface = "eth1"
+up = false
+
 [registry]
 'HKEY_LOCAL_MACHINE\VORLAN\RunningMode' = 0
 'HKEY_LOCAL_MACHINE\VORLAN\BackwardCompatible' = 0

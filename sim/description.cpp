@@ -8,6 +8,7 @@
 #include "platform/text_codec.h"
 #include "sim/description_reader.h"
 #include "sim/description_board.h"
+#include "sim/services_description.h"
 
 namespace vex::sim {
 namespace detail {
@@ -227,7 +228,7 @@ std::optional<Description> parse_description(const std::string& text, std::strin
     }
     Description d;
     Reader r(source, error);
-    r.only(root, {"controller", "slot", "port", "registry", "memory", "factory"}, "description");
+    r.only(root, {"controller", "slot", "port", "registry", "memory", "factory", "card", "link"}, "description");
     if (const toml::table* c = r.table(root, "controller", "description")) read_controller(r, *c, d);
     for (const toml::table* t : r.tables(root, "slot", "description")) read_slot(r, *t, d);
     for (const toml::table* t : r.tables(root, "port", "description")) detail::read_port(r, *t, d);
@@ -239,6 +240,7 @@ std::optional<Description> parse_description(const std::string& text, std::strin
     detail::check_serial(r, root, d);
     if (!r.ok()) return std::nullopt;
     if (!parse_board_description(root, d, error)) return std::nullopt;
+    if (!read_services_description(root, d, error)) return std::nullopt;
     return d;
 }
 

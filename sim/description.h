@@ -115,6 +115,24 @@ struct BoardDescription {
     bool battery2_low = false;
 };
 
+// The storage card (sim/card.h): present or not, and its partitions.
+struct CardPartitionDescription {
+    std::string name;             // as the platform names it, "mmcblk0p1"
+    std::string file_system;      // "vfat", "exfat", "ext4", ...
+    std::string label;            // volume label
+    std::string contents;         // directory of its files; relative = in the instance directory
+};
+struct CardDescription {
+    bool present = false;
+    std::vector<CardPartitionDescription> partitions;
+};
+
+// An Ethernet adapter (sim/links.h), by its interface name.
+struct LinkDescription {
+    std::string interface;        // "eth0"
+    bool up = false;              // cable plugged in
+};
+
 struct Description {
     std::string hardware_id = "HR4-8000";
     uint8_t cpu_id = 2;
@@ -126,6 +144,8 @@ struct Description {
     std::vector<RegistryPreset> registry;
     FactoryDescription factory;
     BoardDescription board;
+    CardDescription card;         // [card]; no card when absent
+    std::vector<LinkDescription> links;  // [[link]]; no adapters when absent
 };
 
 // Parses a description. On error returns nothing and explains in *error,

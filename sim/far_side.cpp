@@ -2,6 +2,7 @@
 
 #include "sim/models/memory.h"
 #include "sim/models/peripherals.h"
+#include "sim/models/services.h"
 
 namespace vex::sim::far {
 namespace {
@@ -118,7 +119,7 @@ void set_battery_low(Instance& inst, int battery, bool low) {
 void set_rotary(Instance& inst, uint8_t position) {
     inst.with_lock([&](State& s) {
         s.chips.board.rotary = position & 15;
-        s.image[0] = static_cast<uint8_t>((s.image[0] & 0xF0) | (15 - s.chips.board.rotary));
+        s.image[0] = models::base_page_read(s, 0, 0);  // shares the register with the watchdog
     });
 }
 

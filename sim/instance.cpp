@@ -15,11 +15,13 @@
 #include "platform/target.h"
 #include "platform/text_codec.h"
 #include "sim/host.h"
+#include "sim/links.h"
 #include "sim/interrupt_lines.h"
 #include "sim/models/memory.h"
 #include "sim/models/models.h"
 #include "sim/models/peripherals.h"
 #include "sim/serial_modules/control.h"
+#include "sim/models/services.h"
 
 namespace vex::sim {
 namespace {
@@ -92,6 +94,14 @@ void mirror_slot(State& s, int slot, uint64_t now) {
 
 void mirror_all_slots(State& s, uint64_t now) {
     for (int i = 0; i < kSlots; ++i) mirror_slot(s, i, now);
+}
+
+// A system watchdog that ran out resets the controller before anything
+// else sees it (sim/models/system_watchdog.cpp). Caller holds the lock.
+void settle_resets(State& s, uint64_t now) {
+    if (!models::system_catch_up(s, now)) return;
+    mirror_all_slots(s, now);
+    reschedule_all_irqs(s);  // the timers stopped: waiters arm again
 }
 
 }  // namespace
@@ -197,6 +207,7 @@ void Instance::power_up(const Description& d, const SerialPortState* keep_ports)
     models::peripherals_power_up(s);
     serial::power_up(s, d, now);
     models::memory_power_up(s, d);
+    models::services_power_up(s, d, now);
     for (int i = 0; i < kSlots && i < d.slot_count; ++i) {
         if (d.slots[static_cast<size_t>(i)].kind != ModuleKind::Empty)
             models::slot_install(s, i, d.slots[static_cast<size_t>(i)], now);
@@ -204,6 +215,7 @@ void Instance::power_up(const Description& d, const SerialPortState* keep_ports)
     mirror_all_slots(s, now);
     std::ofstream(plat::instance_dir(name_) + "/generation") << std::hex << s.generation << "\n";
     __atomic_store_n(&s.magic, kStateMagic, __ATOMIC_RELEASE);
+    ring_link_doorbell(name_);  // the links are as described now: watchers read them again
 }
 
 bool Instance::destroy(const std::string& name) {
@@ -228,10 +240,12 @@ uint8_t Instance::read8(uint32_t offset) {
     Guard g(*state_);
     State& s = *state_;
     const uint64_t now = now_ns();
+    settle_resets(s, now);
     if (models::memory_decodes(s, offset)) return models::memory_read(s, offset, now);
     if (offset >= 0x1000 && offset < 0x9000)
         return s.image[offset] = models::slot_read(s, static_cast<int>(offset / 0x1000) - 1, offset & 0xFFF, now);
     if (offset >= 0x9000 && offset < 0x9100) return models::backplane_read(s, offset, now);
+    if (offset < 0x1000 || offset >= 0xF000) return models::base_page_read(s, offset, now);
     return s.image[offset];
 }
 
@@ -240,6 +254,7 @@ void Instance::write8(uint32_t offset, uint8_t value) {
     Guard g(*state_);
     State& s = *state_;
     const uint64_t now = now_ns();
+    settle_resets(s, now);
     trace(offset, value, 1, now);
     if (models::memory_decodes(s, offset)) {
         models::memory_write(s, offset, value, now);
@@ -249,6 +264,8 @@ void Instance::write8(uint32_t offset, uint8_t value) {
         mirror_slot(s, slot, now);
     } else if (offset >= 0x9000 && offset < 0x9100)
         models::backplane_write(s, offset, value, now);
+    else if (offset < 0x1000 || offset >= 0xF000)
+        models::base_page_write(s, offset, value, now);
     else
         s.image[offset] = value;
 }
@@ -266,18 +283,29 @@ void Instance::write16(uint32_t offset, uint16_t value) {
     write8(offset + 1, static_cast<uint8_t>(value >> 8));
 }
 
-uint32_t Instance::os_timer() { return models::os_timer_count(*state_, now_ns()); }
+uint32_t Instance::os_timer() {
+    const uint64_t now = now_ns();
+    if (now >= models::reset_deadline(*state_)) {  // a watchdog bit: the counter restarted
+        Guard g(*state_);
+        settle_resets(*state_, now);
+    }
+    return models::os_timer_count(*state_, now);
+}
 
 uint32_t Instance::page_read32(plat::Page page, uint32_t offset) {
     // The counter depends only on the clock: no lock for the busiest register.
     if (page == plat::Page::OsTimer && offset == plat::ost::kCount) return os_timer();
     Guard g(*state_);
-    return models::peripheral_read(*state_, page, offset, now_ns());
+    const uint64_t now = now_ns();
+    settle_resets(*state_, now);
+    return models::peripheral_read(*state_, page, offset, now);
 }
 
 void Instance::page_write32(plat::Page page, uint32_t offset, uint32_t value) {
     Guard g(*state_);
-    models::peripheral_write(*state_, page, offset, value, now_ns());
+    const uint64_t now = now_ns();
+    settle_resets(*state_, now);
+    models::peripheral_write(*state_, page, offset, value, now);
 }
 
 uint64_t Instance::now_ns() const {
@@ -287,6 +315,7 @@ uint64_t Instance::now_ns() const {
 void Instance::advance(uint64_t ns) {
     Guard g(*state_);
     state_->skew_ns += ns;
+    settle_resets(*state_, now_ns());
     for (int i = 0; i < kSlots; ++i) {
         if (state_->slots[i].kind == static_cast<uint8_t>(ModuleKind::Parallel))
             models::parallel_advance(*state_, i, now_ns());

@@ -10,11 +10,12 @@
 #include "sim/chip_state.h"
 #include "sim/peripheral_state.h"
 #include "sim/serial_state.h"
+#include "sim/services_state.h"
 
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 5;
+inline constexpr uint32_t kStateLayout = 6;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -64,7 +65,7 @@ struct TraceEntry {
     uint64_t when_ns;
     uint32_t offset;
     uint16_t value;
-    uint8_t kind;           // 1 = byte write, 2 = word write
+    uint8_t kind;           // 1 = byte write, 2 = word write; 0x10.. services' events (sim/services_state.h)
     uint8_t pad;
 };
 inline constexpr uint32_t kTraceEntries = 256;
@@ -169,6 +170,7 @@ struct State {
     Peripherals peripherals;   // the processor's own pages (sim/models/peripherals.cpp)
     MemoryChips chips;         // SRAM, EEPROM, NVRAM and board facts (sim/models/memory.h)
 
+    ServicesState services;    // system watchdogs, panel, card, links (sim/services_state.h)
     IrqState irq;              // interrupts, backplane timers, hot plug (sim/models/slot_irq.cpp, timer_block.cpp)
 
     // Serial modules, expansion units, bus settings and the exchange trace.

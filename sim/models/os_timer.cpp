@@ -6,10 +6,17 @@
 #include "sim/models/peripherals.h"
 
 namespace vex::sim::models {
+
+// The epoch moves when a system watchdog resets the controller, and the
+// counter is read without the instance lock: load it atomically.
+uint64_t os_timer_ticks(const State& s, uint64_t now) {
+    const uint64_t epoch = __atomic_load_n(&s.epoch_ns, __ATOMIC_ACQUIRE);
+    return now > epoch ? (now - epoch) * 13 / 4000 : 0;
+}
+
 namespace {
 
-// Counts since power-up (64 bits: never wraps in practice).
-uint64_t ticks(const State& s, uint64_t now) { return now > s.epoch_ns ? (now - s.epoch_ns) * 13 / 4000 : 0; }
+uint64_t ticks(const State& s, uint64_t now) { return os_timer_ticks(s, now); }
 
 void evaluate_matches(State& s, uint64_t now) {
     OsTimerState& t = s.peripherals.os_timer;

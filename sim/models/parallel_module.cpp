@@ -49,6 +49,7 @@
 #include "platform/target.h"
 #include "sim/interrupt_lines.h"
 #include "sim/models/models.h"
+#include "sim/models/services.h"
 
 namespace vex::sim::models {
 namespace {
@@ -262,6 +263,22 @@ void parallel_power_up(State& s, int slot, const SlotDescription& d, uint64_t) {
         save_memory(s, slot, d, m);
     }
     if (m.params[kParamPowerOnEnabled] != 0) {
+        m.do_latch = param_word(m, kParamPowerOnValue) & channel_mask(m.do_channels);
+        m.last_source = kSourcePowerOn;
+    }
+}
+
+void parallel_reset(State& s, int slot, uint64_t) {
+    ParallelModule& m = mod(s, slot);
+    m.do_latch = 0;
+    m.last_source = kSourceHost;
+    m.wdt_enabled = 0;
+    m.wdt_expired = 0;
+    m.wdt_irq_enable = 0;
+    m.wdt_deadline_ns = 0;
+    m.param_mode = 0;
+    m.param_index = 0;
+    if (m.watchdog && m.params[kParamPowerOnEnabled] != 0) {
         m.do_latch = param_word(m, kParamPowerOnValue) & channel_mask(m.do_channels);
         m.last_source = kSourcePowerOn;
     }

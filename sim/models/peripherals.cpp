@@ -2,6 +2,8 @@
 // that need no behaviour yet are plain files of sixteen registers.
 #include "sim/models/peripherals.h"
 
+#include "sim/models/services.h"
+
 namespace vex::sim::models {
 namespace {
 
@@ -44,7 +46,9 @@ uint32_t peripheral_read(State& s, Page page, uint32_t offset, uint64_t now) {
 
 void peripheral_write(State& s, Page page, uint32_t offset, uint32_t value, uint64_t now) {
     const auto i = static_cast<size_t>(page);
-    if (i < plat::kPageCount) kModels[i].write(s, offset, value, now);
+    if (i >= plat::kPageCount) return;
+    kModels[i].write(s, offset, value, now);
+    services_after_page_write(s, page, now);  // watchdog arming, what the panel shows
 }
 
 void peripherals_power_up(State& s) {
@@ -52,6 +56,9 @@ void peripherals_power_up(State& s) {
     gpio_power_up(s);
     // Every power-up is a hardware reset as far as the reset status says.
     s.peripherals.power.word[plat::power::kResetStatus / 4] = 1u;
+    // The boot loader starts PWM 0's clock (the buzzer); PWM 1's is left to
+    // whoever drives the backlight.
+    s.peripherals.clock.word[plat::clock::kEnable / 4] = 1u;
 }
 
 }  // namespace vex::sim::models

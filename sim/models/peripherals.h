@@ -38,6 +38,8 @@ void gpio_wiring_changed(State& s, const uint32_t changed[kGpioBanks], uint64_t 
 // OS timer page (sim/models/os_timer.cpp). The counter runs at 3.25 MHz
 // from the instance's power-up.
 uint32_t os_timer_count(const State& s, uint64_t now);
+// Counts since power-up, 64 bits wide (never wraps in practice).
+uint64_t os_timer_ticks(const State& s, uint64_t now);
 uint32_t os_timer_read(State& s, uint32_t offset, uint64_t now);
 void os_timer_write(State& s, uint32_t offset, uint32_t value, uint64_t now);
 

@@ -13,6 +13,10 @@ int main(int argc, char** argv) {
     register_reg_command(app);
     register_io_commands(app);
     register_serial_commands(app);
+    register_watchdog_commands(app);
+    register_panel_commands(app);
+    register_card_commands(app);
+    register_link_commands(app);
     register_module_commands(app);
     register_irq_commands(app);
     register_timer_commands(app);

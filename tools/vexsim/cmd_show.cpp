@@ -114,6 +114,7 @@ const char* host_text(const std::string& name, std::string& buf) {
 
 int show(const std::string& name) {
     auto inst = attach_or_exit(name);
+    inst->advance(0);  // a system watchdog that ran out resets the controller first
     inst->with_lock([&](vex::sim::State& s) {
         const int count = s.slot_count_code == 7 ? 8 : s.slot_count_code;
         std::string host;
@@ -131,6 +132,7 @@ int show(const std::string& name) {
         }
         vex::sim::serial::advance_all(s, now);
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
+        show_services(s, now);
         vex::sim::models::timers_advance(s, now);
         show_interrupts(s, now);
         show_serial(s);
@@ -151,9 +153,10 @@ int trace(const std::string& name, unsigned last) {
         const uint32_t writes = std::min<uint32_t>({s.trace_next, vex::sim::kTraceEntries, last});
         for (uint32_t k = s.trace_next - writes; k < s.trace_next; ++k) {
             const vex::sim::TraceEntry& e = s.trace[k % vex::sim::kTraceEntries];
-            char buf[64];
-            std::snprintf(buf, sizeof buf, "write%s 0x%04X <- 0x%0*X", e.kind == 2 ? "16" : "8 ", e.offset,
-                          e.kind == 2 ? 4 : 2, e.value);
+            char buf[96];
+            if (!describe_service_event(e, buf, sizeof buf))
+                std::snprintf(buf, sizeof buf, "write%s 0x%04X <- 0x%0*X", e.kind == 2 ? "16" : "8 ", e.offset,
+                              e.kind == 2 ? 4 : 2, e.value);
             lines.push_back({e.when_ns, buf});
         }
         const vex::sim::SerialBusState& b = s.serial;
@@ -166,7 +169,9 @@ int trace(const std::string& name, unsigned last) {
         std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& c) { return a.when < c.when; });
         const size_t from = lines.size() > last ? lines.size() - last : 0;
         for (size_t i = from; i < lines.size(); ++i)
-            std::printf("%12.6f  %s\n", static_cast<double>(lines[i].when - s.epoch_ns) / 1e9, lines[i].text.c_str());
+            // Signed: entries from before a watchdog reset precede the new epoch.
+            std::printf("%12.6f  %s\n", static_cast<double>(static_cast<int64_t>(lines[i].when - s.epoch_ns)) / 1e9,
+                        lines[i].text.c_str());
         return 0;
     });
     return 0;
@@ -181,7 +186,7 @@ void register_show_commands(CLI::App& app) {
     s->callback([] { std::exit(show(inst.resolve())); });
 
     static unsigned last = 32;
-    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes and serial exchanges");
+    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes, serial exchanges and panel, watchdog, card and link events");
     inst.add_to(t);
     t->add_option("-n,--last", last, "How many entries");
     t->callback([] { std::exit(trace(inst.resolve(), last)); });

@@ -25,6 +25,12 @@ void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
 void register_host_command(CLI::App& app);         // host (started by the library)
 void register_serial_commands(CLI::App& app);      // set di/ai/pulses/format, fault (after control)
+void register_service_commands(CLI::App& app);     // card, set link (after control)
+
+// The services' part of vexsim show (state locked by the caller), and the
+// text of a services' trace entry (false for other kinds).
+void show_services(vex::sim::State& s, uint64_t now);
+bool describe_service_event(const vex::sim::TraceEntry& e, char* buf, size_t size);
 void register_irq_commands(CLI::App& app);         // irq
 // The interrupt, timer and hot-plug part of vexsim show (state locked).
 void show_interrupts(const vex::sim::State& s, uint64_t now);

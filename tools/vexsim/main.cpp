@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
     register_show_commands(app);
     register_control_commands(app);
     register_time_commands(app);
+    register_service_commands(app);
     register_irq_commands(app);
     register_host_command(app);
     register_serial_commands(app);

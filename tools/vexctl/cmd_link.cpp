@@ -1,0 +1,46 @@
+// vexctl link: the Ethernet adapters' link state, once or as it changes.
+#include <cstdio>
+#include <string>
+
+#include "services/link_monitor.h"
+#include "tools/common/cli.h"
+#include "tools/vexctl/commands.h"
+#include "vexsdk.h"
+
+namespace {
+
+void print_links() {
+    for (uint8_t i = 1; i <= 2; ++i) {
+        uint8_t up = 0;
+        const int32_t rc = vex_EthernetLinkState(i, &up);
+        const std::string iface = vex::services::monitored_interface(i);
+        std::printf("LAN%u (%s): %s\n", i, iface.empty() ? "no interface" : iface.c_str(),
+                    rc == -2 ? "unknown (no monitor)" : up ? "up" : "down");
+    }
+    std::fflush(stdout);
+}
+
+int run(bool watch, const std::string& changes_text) {
+    const std::string problem = vex::services::link_monitor_problem();
+    if (!problem.empty()) std::fprintf(stderr, "vexctl: warning: the link monitor could not start: %s\n", problem.c_str());
+    print_links();
+    if (!watch) return 0;
+    const uint32_t limit = changes_text.empty() ? 0 : vex::tools::parse_number(changes_text, "--changes");
+    uint32_t seen = vex::services::link_changes();
+    for (uint32_t n = 0; limit == 0 || n < limit; ++n) {
+        seen = vex::services::wait_for_link_change(seen, -1);
+        print_links();
+    }
+    return 0;
+}
+
+}  // namespace
+
+void register_link_commands(CLI::App& app) {
+    static bool watch = false;
+    static std::string changes;
+    CLI::App* l = app.add_subcommand("link", "Link state of the Ethernet adapters LAN1 and LAN2");
+    l->add_flag("--watch", watch, "Keep printing both at every change (Ctrl-C ends)");
+    l->add_option("--changes", changes, "With --watch: end after this many changes");
+    l->callback([] { std::exit(run(watch, changes)); });
+}
