@@ -59,8 +59,11 @@ VEXSDK_API uint32_t _vex_ReadDI(uint32_t slot, int32_t total);
  * (address - 0x1000) reached through `port`. The port is ignored for
  * parallel-bus modules.
  *
- * Serial modules (remote, or ID 255 in a local slot) are not reached by
- * this release: those calls fail with VEX_ERR_NOT_SUPPORTED.
+ * Serial modules (remote, or ID 255 in a local slot) are handed to the
+ * host-watchdog calls of modules.h: zed_ with the bus address for a remote
+ * module, vexsund_ with the slot for a local one; their results and codes
+ * are those calls'. The serial side has no overwrite permission: it is
+ * neither stored nor read there, and *overwrite is left untouched.
  *
  * The watchdog enable flag and the overwrite permission are kept per
  * process (slots 0..7; initially disabled and permitted); the module's
@@ -95,7 +98,9 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT port, int32_t address, int16
 /* What last drove the module's outputs: the module's own code, 0..15
  * (the virtual controller's modules use 0 = the host or the reset state,
  * 1 = the power-on value, 2 = the safe value after watchdog expiry). No
- * presence check. -1 when a serial module's status cannot be read. */
+ * presence check. Serial modules: -1 when the status cannot be read; a
+ * remote module gives 2 when its watchdog ran out, else 0; a module in a
+ * local slot gives 2 whenever it answers. */
 VEXSDK_API int16_t vex_GetModuleLastOutputSource(VEX_PORT port, int32_t address);
 
 /* ---- Module watchdog interrupt ------------------------------------------
