@@ -236,8 +236,10 @@ VEXSDK_API VEX_BOOL32 uart_Recv(VEX_PORT port, char *buffer);
 VEXSDK_API VEX_BOOL32 uart_SendCmdExt(VEX_PORT port, const char *command, uint32_t command_max,
                                       char *answer, uint32_t answer_size);
 /**
- * @brief uart_SendCmdExt with 512 and a 512-byte answer buffer; a command
- *   longer than 512 characters fails with 0x14008.
+ * @brief Sends a command and reads its answer into a 512-byte buffer.
+ * uart_SendCmdExt with 512 and a 512-byte answer buffer; a command longer
+ * than 512 characters fails with 0x14008. The answer keeps its first
+ * character (">", "!", "?") for the caller to judge.
  * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
  * @param command Command text.
  * @param answer Buffer that receives the answer.
@@ -255,6 +257,12 @@ VEXSDK_API VEX_BOOL32 uart_SendCmdExt(VEX_PORT port, const char *command, uint32
  * @thread Any thread may use any port; threads that share a port serialise
  *   whole command exchanges themselves, and none closes a port another thread is
  *   using.
+ * @example
+ *   char answer[VEX_UART_BUFFER_SIZE];
+ *   VEX_PORT port = uart_Open("COM1:,9600,N,8,1");
+ *   if (port != VEX_INVALID_PORT && uart_SendCmd(port, "$01M", answer))
+ *       printf("module name: %s\n", answer + 3);
+ *   uart_Close(port);
  */
 VEXSDK_API VEX_BOOL32 uart_SendCmd(VEX_PORT port, const char *command, char *answer);
 
