@@ -554,7 +554,7 @@ VEXSDK_API VEX_BOOL vex_ReadAO(VEX_PORT port, int32_t address, int32_t channel, 
  * @thread Safe from any thread; on a parallel-bus module no lock is taken (register accesses), serial modules as for the other calls of this header.
  */
 VEXSDK_API VEX_BOOL vex_ReadModulePowerOnValueAO(VEX_PORT port, int32_t address, int32_t channel, int32_t channel_count,
-        float *value);
+                                                 float *value);
 
 /**
  * @brief Reads the stored safe value of an analog output.
@@ -574,7 +574,7 @@ VEXSDK_API VEX_BOOL vex_ReadModulePowerOnValueAO(VEX_PORT port, int32_t address,
  * @thread Safe from any thread; on a parallel-bus module no lock is taken (register accesses), serial modules as for the other calls of this header.
  */
 VEXSDK_API VEX_BOOL vex_ReadModuleSafeValueAO(VEX_PORT port, int32_t address, int32_t channel, int32_t channel_count,
-        float *value);
+                                              float *value);
 
 /**
  * @brief Stores the power-on value of an analog output.
@@ -595,7 +595,7 @@ VEXSDK_API VEX_BOOL vex_ReadModuleSafeValueAO(VEX_PORT port, int32_t address, in
  * @thread Safe from any thread; on a parallel-bus module no lock is taken (register accesses), serial modules as for the other calls of this header.
  */
 VEXSDK_API VEX_BOOL vex_WriteModulePowerOnValueAO(VEX_PORT port, int32_t address, int32_t channel, int32_t channel_count,
-        float value);
+                                                  float value);
 
 /**
  * @brief Stores the safe value of an analog output.
@@ -616,7 +616,7 @@ VEXSDK_API VEX_BOOL vex_WriteModulePowerOnValueAO(VEX_PORT port, int32_t address
  * @thread Safe from any thread; on a parallel-bus module no lock is taken (register accesses), serial modules as for the other calls of this header.
  */
 VEXSDK_API VEX_BOOL vex_WriteModuleSafeValueAO(VEX_PORT port, int32_t address, int32_t channel, int32_t channel_count,
-        float value);
+                                               float value);
 
 VEXSDK_EXTERN_C_END
 
