@@ -25,6 +25,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/backplane.h"
+#include "io/module_registers.h"
 #include "modproto/families.h"
 
 namespace vex::io::unified {
@@ -67,19 +69,35 @@ struct UnifiedOps {
 };
 
 // The tables, one file each.
-const UnifiedOps& parallel_ops();  // parallel-bus module in a local slot
-const UnifiedOps& serial_ops();    // serial module: local slot, bus or unit slot
-const UnifiedOps& empty_ops();     // local slot without a module: 0x10003
+extern const UnifiedOps kParallelOps;  // parallel-bus module in a local slot
+extern const UnifiedOps kSerialOps;    // serial module: local slot, bus or unit slot
+extern const UnifiedOps kEmptyOps;     // local slot without a module: 0x10003
 
 // Whether an address of 0x100000 and above means a unit slot (most calls)
 // or is taken as a local slot by its low byte (three of the analog output
 // value calls, whose serial path has no unit form).
 enum class UnitForm : uint8_t { UnitSlot, LocalSlot };
 
+// The serial forms, out of line: a bus module or a unit slot, and a serial
+// module in a local slot.
+Located resolve_bus(uint32_t port, int32_t address, UnitForm unit);
+Located resolve_serial_slot(uint32_t port, uint32_t slot);
+
 // Local slots 8 and above have no module page and no presence bit: they
 // resolve as empty, so that no slot selection is made for a slot the
-// backplane does not have.
-Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot);
+// backplane does not have. Inline: a control loop reading a parallel-bus
+// module pays two register reads and no call for it.
+inline Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot) {
+    if (address >= 0x1000 && (address < 0x100000 || unit == UnitForm::UnitSlot)) [[unlikely]]
+        return resolve_bus(port, address, unit);
+    const uint32_t slot = static_cast<uint32_t>(address) & 0xFF;
+    // The presence register is active low, one bit per slot.
+    if (slot >= kModuleSlots || ((plat::bus_read8(frame::kRegSlotPresence) >> slot) & 1u) != 0)
+        return Located{&kEmptyOps, slot, nullptr, {}};
+    if (module_read8(slot, kRegId) == kSerialModuleId) [[unlikely]]
+        return resolve_serial_slot(port, slot);
+    return Located{&kParallelOps, slot, nullptr, {}};
+}
 
 // The refusal of every operation a target kind cannot do:
 // VEX_ERR_UNKNOWN_MODULE.

@@ -61,31 +61,28 @@ bool store_ao(const Located&, int32_t, int32_t, Stored, float) { return true; }
 
 }  // namespace
 
-const UnifiedOps& parallel_ops() {
-    static constexpr UnifiedOps kOps = {
-        read_di,
-        read_do,
-        read_dio,
-        write_do,
-        write_do_bit,
-        read_stored_do,
-        store_do,
-        VEX_UNIFIED_REFUSED(read_latch),
-        VEX_UNIFIED_REFUSED(clear_latch),
-        VEX_UNIFIED_REFUSED(read_counter),
-        VEX_UNIFIED_REFUSED(read_counter_single),
-        VEX_UNIFIED_REFUSED(clear_counter),
-        VEX_UNIFIED_REFUSED(read_counter_overflow),
-        VEX_UNIFIED_REFUSED(read_ai),
-        VEX_UNIFIED_REFUSED(read_ai_hex),
-        VEX_UNIFIED_REFUSED(read_ai_all),
-        VEX_UNIFIED_REFUSED(read_ai_all_hex),
-        VEX_UNIFIED_REFUSED(write_ao),
-        VEX_UNIFIED_REFUSED(read_ao),
-        read_ao_stored,
-        store_ao,
-    };
-    return kOps;
-}
+const UnifiedOps kParallelOps = {
+    read_di,
+    read_do,
+    read_dio,
+    write_do,
+    write_do_bit,
+    read_stored_do,
+    store_do,
+    VEX_UNIFIED_REFUSED(read_latch),
+    VEX_UNIFIED_REFUSED(clear_latch),
+    VEX_UNIFIED_REFUSED(read_counter),
+    VEX_UNIFIED_REFUSED(read_counter_single),
+    VEX_UNIFIED_REFUSED(clear_counter),
+    VEX_UNIFIED_REFUSED(read_counter_overflow),
+    VEX_UNIFIED_REFUSED(read_ai),
+    VEX_UNIFIED_REFUSED(read_ai_hex),
+    VEX_UNIFIED_REFUSED(read_ai_all),
+    VEX_UNIFIED_REFUSED(read_ai_all_hex),
+    VEX_UNIFIED_REFUSED(write_ao),
+    VEX_UNIFIED_REFUSED(read_ao),
+    read_ao_stored,
+    store_ao,
+};
 
 }  // namespace vex::io::unified

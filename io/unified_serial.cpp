@@ -119,14 +119,11 @@ bool store_ao(const Located& at, int32_t channel, int32_t count, Stored which, f
 
 }  // namespace
 
-const UnifiedOps& serial_ops() {
-    static constexpr UnifiedOps kOps = {
-        read_di,      read_do,         read_dio,        write_do,       write_do_bit,        read_stored_do,
-        store_do,     read_latch,      clear_latch,     read_counter,   read_counter_single, clear_counter,
-        read_counter_overflow,         read_ai,         read_ai_hex,    read_ai_all,         read_ai_all_hex,
-        write_ao,     read_ao,         read_ao_stored,  store_ao,
-    };
-    return kOps;
-}
+const UnifiedOps kSerialOps = {
+    read_di,      read_do,         read_dio,        write_do,       write_do_bit,        read_stored_do,
+    store_do,     read_latch,      clear_latch,     read_counter,   read_counter_single, clear_counter,
+    read_counter_overflow,         read_ai,         read_ai_hex,    read_ai_all,         read_ai_all_hex,
+    write_ao,     read_ao,         read_ao_stored,  store_ao,
+};
 
 }  // namespace vex::io::unified
