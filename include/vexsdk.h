@@ -35,5 +35,6 @@
 #include "vexsdk/memory.h"
 #include "vexsdk/device.h"
 #include "vexsdk/identify.h"
+#include "vexsdk/version.h"
 
 #endif /* VEXSDK_H */
