@@ -77,7 +77,9 @@ VEXSDK_API uint8_t vex_GetModuleType(uint32_t slot);
  * @errors
  *   - VEX_ERR_INVALID_SLOT (0x10008): the slot is at or beyond the slot count.
  *   - VEX_ERR_UART_OPEN (0x14006): "COM0:" could not be opened for a serial module.
- *   - VEX_ERR_UART_TIMEOUT (0x14002), VEX_ERR_UART_RESPONSE (0x14003), VEX_ERR_UART_CHECKSUM (0x14001): the serial module's answer failed.
+ *   - VEX_ERR_UART_TIMEOUT (0x14002): the serial module did not answer "$00M" in time.
+ *   - VEX_ERR_UART_RESPONSE (0x14003): its answer did not begin with "!" or ">".
+ *   - VEX_ERR_UART_CHECKSUM (0x14001): its answer's checksum was wrong (checksums on COM0:).
  *   - VEX_ERR_MEMORY_ARGUMENT (0x11008): buffer is null (nothing is read or sent).
  * @thread Safe from any thread; the serial query holds the slot selection
  *   lock, so it waits for other threads' exchanges with local slots.
@@ -92,7 +94,9 @@ VEXSDK_API uint32_t vex_GetModuleName(uint32_t slot, char *buffer);
  * @errors
  *   - VEX_ERR_INVALID_SLOT (0x10008): the slot is at or beyond the slot count.
  *   - VEX_ERR_UART_OPEN (0x14006): "COM0:" could not be opened for a serial module.
- *   - VEX_ERR_UART_TIMEOUT (0x14002), VEX_ERR_UART_RESPONSE (0x14003), VEX_ERR_UART_CHECKSUM (0x14001): the serial module's answer failed.
+ *   - VEX_ERR_UART_TIMEOUT (0x14002): the serial module did not answer "$00M" in time.
+ *   - VEX_ERR_UART_RESPONSE (0x14003): its answer did not begin with "!" or ">".
+ *   - VEX_ERR_UART_CHECKSUM (0x14001): its answer's checksum was wrong (checksums on COM0:).
  *   - VEX_ERR_MEMORY_ARGUMENT (0x11008): buffer is null.
  * @thread As vex_GetModuleName.
  */
