@@ -35,6 +35,7 @@
 #include "vexsdk/memory.h"
 #include "vexsdk/device.h"
 #include "vexsdk/unified.h"
+#include "vexsdk/identify.h"
 #include "vexsdk/version.h"
 
 #endif /* VEXSDK_H */

@@ -4,9 +4,12 @@
     gen_catalogue.py CATALOGUE.toml OUTPUT.cpp     generate
     gen_catalogue.py --check CATALOGUE.toml        only validate
 
-Every entry is checked against the schema below: an unknown table or key, a
-value of the wrong type or out of range, a duplicate name or name number is
-an error naming the file, the entry and the key, and the build fails. The
+Tables: [[serial]] kinds, [series] (the base of parallel-bus model numbers),
+[[parallel]] modules with their [[parallel.rule]] refinements, and
+[[expansion]] boards of the single-slot controller. Every entry is checked
+against its schema below: an unknown table or key, a value of the wrong
+type or out of range, a duplicate name, name number or ID is an error
+naming the file, the entry and the key, and the build fails. The
 output is written only when it changes, so an unchanged catalogue rebuilds
 nothing. Standard library only (tomllib, Python 3.11+).
 """
@@ -99,8 +102,73 @@ SERIAL_SCHEMA = {
     "ao_power_on_set": (_choice("$AA4", "$AAS"), "$AA4"),
 }
 
-# Later tables (the parallel-bus modules) get their own schema here.
-TABLES = {"serial": SERIAL_SCHEMA}
+# Type classes a module may report (vex_GetModuleType); 0x40 is kept for
+# modules nobody knows.
+CLASSES = (0x80, 0x81, 0xC0, 0xC2, 0xC3, 0xE0, 0xE2, 0xE3)
+# The suffixes printed after a parallel-bus module's model number.
+SUFFIXES = ("", "A", "F", "H", "R", "I", "W", "D", "HC", "MP", "P", "-3G")
+# Slot-page registers a naming rule may look at.
+RULE_REGISTERS = (0x06, 0x08, 0x0E, 0x10)
+# Series number of modules nobody knows: never a catalogue row.
+UNKNOWN_SERIES = 238
+
+
+def _class(where, v):
+    if isinstance(v, bool) or not isinstance(v, int) or v not in CLASSES:
+        raise CatalogueError(f"{where}: {v!r} is not a type class ({', '.join(hex(c) for c in CLASSES)})")
+    return v
+
+
+def _channels(where, v):
+    _int(0, 32)(where, v)
+    if v not in (0, 4, 8, 16, 32):
+        raise CatalogueError(f"{where}: {v} is not a channel count of a bus module (0, 4, 8, 16, 32)")
+    return v
+
+
+_FIXED_NAME = _text(r"[A-Za-z0-9][A-Za-z0-9-]{0,15}", "a name of 1 to 16 letters, digits or '-'")
+
+RULE_SCHEMA = {
+    "register": (_choice(*RULE_REGISTERS), None),
+    "mask": (_int(1, 255), None),
+    "equals": (_int(0, 255), None),
+    "suffix": (_choice(*SUFFIXES), None),
+    "series": (_int(1, UNKNOWN_SERIES - 1), None),
+    "class": (_class, None),
+    "fixed_name": (_FIXED_NAME, None),
+}
+
+PARALLEL_SCHEMA = {
+    "id": (_int(1, 197), None),
+    "series": (_int(1, UNKNOWN_SERIES - 1), None),
+    "class": (_class, 0x80),
+    "suffix": (_choice(*SUFFIXES), ""),
+    "fixed_name": (_FIXED_NAME, ""),
+    "description": (_text(r"[ -~]{0,80}", "printable ASCII of at most 80 characters"), ""),
+    "di": (_channels, 0),
+    "do": (_channels, 0),
+    "ai": (_int(0, 32), 0),
+    "ao": (_int(0, 32), 0),
+    "counters": (_int(0, 32), 0),
+    "readback": (_bool, False),
+    "watchdog": (_bool, False),
+    "rule": (None, []),  # checked entry by entry below
+}
+
+SERIES_SCHEMA = {"base": (_int(0, 60000), None)}
+
+EXPANSION_SCHEMA = {
+    "id": (_int(1, 18), None),
+    "number": (_int(0, 999), None),
+    "letter": (_text(r"[A-Z]?", "empty or one upper-case letter"), ""),
+    "class": (_class, 0x80),
+    "description": (_text(r"[ -~]{0,80}", "printable ASCII of at most 80 characters"), ""),
+    "di": (_int(0, 32), 0),
+    "do": (_int(0, 32), 0),
+}
+
+TABLES = {"serial": SERIAL_SCHEMA, "series": SERIES_SCHEMA, "parallel": PARALLEL_SCHEMA,
+          "expansion": EXPANSION_SCHEMA}
 
 
 def _entry(path, table, index, raw, schema):
@@ -109,12 +177,16 @@ def _entry(path, table, index, raw, schema):
         raise CatalogueError(f"{where}: expected a table")
     if isinstance(raw.get("name"), str):
         where = f"{path}: [[{table}]] {raw['name']!r}"
+    elif isinstance(raw.get("id"), int) and not isinstance(raw.get("id"), bool):
+        where = f"{path}: [[{table}]] id 0x{raw['id']:02X}"
     for key in raw:
         if key not in schema:
             raise CatalogueError(f"{where}: unknown key {key!r}")
     out = {}
     for key, (check, default) in schema.items():
-        if key in raw:
+        if check is None:
+            out[key] = raw.get(key, default)
+        elif key in raw:
             out[key] = check(f"{where}: {key}", raw[key])
         elif default is None:
             raise CatalogueError(f"{where}: {key} is missing")
@@ -155,9 +227,7 @@ def load(path):
     for table in doc:
         if table not in TABLES:
             raise CatalogueError(f"{path}: unknown table {table!r}")
-    serial = doc.get("serial", [])
-    if not isinstance(serial, list):
-        raise CatalogueError(f"{path}: serial: expected [[serial]] entries")
+    serial = _entries(doc, path, "serial")
     kinds, names, numbers = [], {}, {}
     for i, raw in enumerate(serial):
         where, e = _entry(path, "serial", i, raw, SERIAL_SCHEMA)
@@ -171,7 +241,103 @@ def load(path):
         kinds.append(e)
     if not kinds:
         raise CatalogueError(f"{path}: no [[serial]] entries")
-    return kinds
+    return {"serial": kinds, **_load_parallel(doc, path)}
+
+
+def _entries(doc, path, table):
+    entries = doc.get(table, [])
+    if not isinstance(entries, list):
+        raise CatalogueError(f"{path}: {table}: expected [[{table}]] entries")
+    return entries
+
+
+def _check_rules(where, e):
+    raw_rules = e["rule"]
+    if not isinstance(raw_rules, list):
+        raise CatalogueError(f"{where}: rule: expected [[parallel.rule]] entries")
+    rules = []
+    for i, raw in enumerate(raw_rules):
+        rwhere = f"{where}: rule #{i + 1}"
+        if not isinstance(raw, dict):
+            raise CatalogueError(f"{rwhere}: expected a table")
+        for key in raw:
+            if key not in RULE_SCHEMA:
+                raise CatalogueError(f"{rwhere}: unknown key {key!r}")
+        r = {}
+        for key, (check, default) in RULE_SCHEMA.items():
+            if key in raw:
+                r[key] = check(f"{rwhere}: {key}", raw[key])
+            elif key in ("register", "mask", "equals"):
+                raise CatalogueError(f"{rwhere}: {key} is missing")
+            else:
+                r[key] = None
+        if r["equals"] & ~r["mask"]:
+            raise CatalogueError(f"{rwhere}: equals: 0x{r['equals']:02X} has bits outside mask 0x{r['mask']:02X}")
+        if all(r[k] is None for k in ("suffix", "series", "class", "fixed_name")):
+            raise CatalogueError(f"{rwhere}: changes nothing (give suffix, series, class or fixed_name)")
+        # Registers 0x06 and 0x08 carry inputs 16..31 on wide input modules,
+        # and 0x10 the outputs on read-back modules: a rule there would name
+        # the module by its signals.
+        if r["register"] in (0x06, 0x08) and e["di"] > 16:
+            raise CatalogueError(f"{rwhere}: register: 0x{r['register']:02X} carries inputs on a module with "
+                                 f"more than 16 inputs")
+        if r["register"] == 0x10 and e["readback"]:
+            raise CatalogueError(f"{rwhere}: register: 0x10 carries the outputs of a read-back module")
+        rules.append(r)
+    e["rule"] = rules
+
+
+def _load_parallel(doc, path):
+    series = doc.get("series")
+    if series is None:
+        if doc.get("parallel"):
+            raise CatalogueError(f"{path}: [series]: missing (the parallel-bus modules need its base)")
+        base = 0
+    else:
+        if not isinstance(series, dict):
+            raise CatalogueError(f"{path}: series: expected a [series] table")
+        _, s = _entry(path, "series", 0, series, SERIES_SCHEMA)
+        base = s["base"]
+    parallel, ids, names = [], {}, {}
+    for i, raw in enumerate(_entries(doc, path, "parallel")):
+        where, e = _entry(path, "parallel", i, raw, PARALLEL_SCHEMA)
+        _check_rules(where, e)
+        if e["counters"] > e["di"]:
+            raise CatalogueError(f"{where}: counters: cannot exceed the digital inputs (di)")
+        if e["readback"] and not e["do"]:
+            raise CatalogueError(f"{where}: readback: needs outputs")
+        if e["readback"] and not e["watchdog"]:
+            raise CatalogueError(f"{where}: readback: read-back modules carry a watchdog (watchdog = true)")
+        if e["fixed_name"] and e["suffix"]:
+            raise CatalogueError(f"{where}: suffix: a fixed name takes no suffix")
+        if e["id"] in ids:
+            raise CatalogueError(f"{where}: id: duplicate of entry #{ids[e['id']] + 1}")
+        ids[e["id"]] = i
+        for name in _parallel_names(e, base):
+            if name in names and names[name] != e["id"]:
+                raise CatalogueError(f"{where}: name {name!r} is also given by id 0x{names[name]:02X}")
+            names[name] = e["id"]
+        parallel.append(e)
+    expansion, board_ids = [], {}
+    for i, raw in enumerate(_entries(doc, path, "expansion")):
+        where, e = _entry(path, "expansion", i, raw, EXPANSION_SCHEMA)
+        if e["id"] in board_ids:
+            raise CatalogueError(f"{where}: id: duplicate of entry #{board_ids[e['id']] + 1}")
+        board_ids[e["id"]] = i
+        expansion.append(e)
+    return {"base": base, "parallel": parallel, "expansion": expansion}
+
+
+def _parallel_names(e, base):
+    """Every name a module of this row can print: its own and its rules'."""
+    def name(series, suffix, fixed):
+        return fixed if fixed else f"{base + series}{suffix}"
+    out = [name(e["series"], e["suffix"], e["fixed_name"])]
+    for r in e["rule"]:
+        fixed = r["fixed_name"] if r["fixed_name"] is not None else e["fixed_name"]
+        suffix = r["suffix"] if r["suffix"] is not None else e["suffix"]
+        out.append(name(r["series"] or e["series"], suffix, fixed))
+    return out
 
 
 def _c_string(s):
@@ -182,7 +348,8 @@ def _c_float(x):
     return f"{x!r}f" if "." in repr(x) or "e" in repr(x) else f"{x!r}.0f"
 
 
-def render(kinds, source):
+def render(doc, source):
+    kinds = doc["serial"]
     read = {"none": "None", "$AA7": "Dollar", "~AA7": "Tilde"}
     put = {"$AA4": "Channel", "$AAS": "SingleS"}
     lines = [
@@ -207,10 +374,52 @@ def render(kinds, source):
         "};",
         f"const size_t kSerialKindCount = {len(kinds)};",
         "",
+    ]
+    lines += _render_parallel(doc)
+    lines += [
         "}  // namespace vex::catalogue::data",
         "",
     ]
     return "\n".join(lines)
+
+
+def _opt(v, fmt=str):
+    return "-1" if v is None else fmt(v)
+
+
+def _render_parallel(doc):
+    lines = [f"const uint16_t kSeriesBase = {doc['base']};", ""]
+    rows = []
+    for e in doc["parallel"]:
+        rules = e["rule"]
+        name = f"kRules{e['id']:02X}"
+        if rules:
+            lines.append(f"const ParallelRule {name}[] = {{")
+            for r in rules:
+                lines.append(
+                    f"    {{0x{r['register']:02X}, 0x{r['mask']:02X}, 0x{r['equals']:02X}, "
+                    f"{_opt(r['series'])}, {_opt(r['class'], hex)}, "
+                    f"{'nullptr' if r['suffix'] is None else _c_string(r['suffix'])}, "
+                    f"{'nullptr' if r['fixed_name'] is None else _c_string(r['fixed_name'])}}},")
+            lines.append("};")
+        rows.append(
+            f"    {{0x{e['id']:02X}, {e['series']}, 0x{e['class']:02X}, {_c_string(e['suffix'])}, "
+            f"{_c_string(e['fixed_name'])}, {_c_string(e['description'])}, "
+            f"{e['di']}, {e['do']}, {e['ai']}, {e['ao']}, {e['counters']}, "
+            f"{'true' if e['readback'] else 'false'}, {'true' if e['watchdog'] else 'false'}, "
+            f"{name if rules else 'nullptr'}, {len(rules)}}},")
+    lines.append("const ParallelKind kParallelKinds[] = {")
+    lines += rows or ["    {},"]
+    lines += ["};", f"const size_t kParallelKindCount = {len(doc['parallel'])};", ""]
+    lines.append("const ExpansionBoard kExpansionBoards[] = {")
+    for e in doc["expansion"]:
+        letter = f"'{e['letter']}'" if e["letter"] else "'\\0'"
+        lines.append(f"    {{{e['id']}, {e['number']}, {letter}, 0x{e['class']:02X}, {_c_string(e['description'])}, "
+                     f"{e['di']}, {e['do']}}},")
+    if not doc["expansion"]:
+        lines.append("    {},")
+    lines += ["};", f"const size_t kExpansionBoardCount = {len(doc['expansion'])};", ""]
+    return lines
 
 
 def main(argv):

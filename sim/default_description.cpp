@@ -36,14 +36,15 @@ mac2 = "02:56:58:00:10:02"
 eboot_build = 2023-11-06 10:42:17
 os_build = 2024-03-19 16:05:44
 
+# Parallel-bus modules are named as the product catalogue
+# (data/catalogue.toml) names them; "id" with the channel keys describes
+# one the catalogue does not know.
+#
 # 32-channel output module with read-back and module watchdog.
 [[slot]]
 slot = 0
 type = "parallel"
-id = 0x2F
-do_channels = 32
-readback = true
-watchdog = true
+module = "8132"              # ID 0x2F: 32 outputs, read-back, module watchdog
 version = 3
 
 # 16-channel input module; a rising edge of any input raises its slot's
@@ -51,8 +52,7 @@ version = 3
 [[slot]]
 slot = 1
 type = "parallel"
-id = 0x13
-di_channels = 16
+module = "8016"              # ID 0x13: 16 inputs
 interrupt_rising = 0xFFFF
 version = 1
 
@@ -60,9 +60,7 @@ version = 1
 [[slot]]
 slot = 2
 type = "parallel"
-id = 0x21
-di_channels = 8
-do_channels = 8
+module = "8088"              # ID 0x21: 8 inputs, 8 outputs
 version = 2
 
 # Serial module in a local slot: it answers on the internal port COM0:
@@ -78,16 +76,14 @@ di = 0x05
 [[slot]]
 slot = 4
 type = "parallel"
-id = 0x15
-di_channels = 32
+module = "8032"              # ID 0x15: 32 inputs
 version = 1
 
 # 16-channel output module.
 [[slot]]
 slot = 5
 type = "parallel"
-id = 0x24
-do_channels = 16
+module = "8116"              # ID 0x24: 16 outputs
 version = 1
 
 # Slot 6 is empty.

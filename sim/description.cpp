@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "platform/text_codec.h"
+#include "sim/catalogue_module.h"
 #include "sim/description_reader.h"
 #include "sim/description_board.h"
 #include "sim/services_description.h"
@@ -136,11 +137,19 @@ void read_controller(Reader& r, const toml::table& t, Description& d) {
 
 bool valid_channel_count(int n) { return n == 0 || n == 4 || n == 8 || n == 16 || n == 32; }
 
-void read_parallel_slot(Reader& r, const toml::table& t, const std::string& what, SlotDescription& s) {
-    r.only(t,
-           {"slot", "type", "id", "di_channels", "do_channels", "readback", "watchdog", "version", "capability",
-            "subtype", "di", "interrupt_rising", "interrupt_falling", "power_on", "safe", "wdt_timeout"},
-           what);
+// A module by its catalogue name: the catalogue gives what the raw keys
+// would, so they may not be given beside it.
+void read_catalogue_identity(Reader& r, const toml::table& t, const std::string& what, SlotDescription& s) {
+    for (const char* key : {"id", "di_channels", "do_channels", "readback", "watchdog", "capability", "subtype"}) {
+        if (t.get(key)) r.fail(*t.get(key), what + ": '" + key + "' comes from the catalogue with 'module'");
+    }
+    const std::string name = r.text(t, "module", "", 32, what);
+    s.version = r.small<uint8_t>(t, "version", 0, 0, 31, what);
+    std::string why;
+    if (!describe_catalogue_module(name, s, &why)) r.fail(*t.get("module"), what + ": " + why);
+}
+
+void read_raw_identity(Reader& r, const toml::table& t, const std::string& what, SlotDescription& s) {
     s.kind = ModuleKind::Parallel;
     s.id = r.small<uint8_t>(t, "id", 0, 0, 254, what);
     s.di_channels = r.small<uint8_t>(t, "di_channels", 0, 0, 32, what);
@@ -152,6 +161,18 @@ void read_parallel_slot(Reader& r, const toml::table& t, const std::string& what
     s.version = r.small<uint8_t>(t, "version", 0, 0, 31, what);
     if (t.get("capability")) s.capability = r.small<uint8_t>(t, "capability", 0, 0, 255, what);
     s.subtype = r.small<uint8_t>(t, "subtype", 0, 0, 255, what);
+}
+
+void read_parallel_slot(Reader& r, const toml::table& t, const std::string& what, SlotDescription& s) {
+    r.only(t,
+           {"slot", "type", "module", "id", "di_channels", "do_channels", "readback", "watchdog", "version",
+            "capability", "subtype", "di", "interrupt_rising", "interrupt_falling", "power_on", "safe", "wdt_timeout"},
+           what);
+    s.kind = ModuleKind::Parallel;
+    if (t.get("module"))
+        read_catalogue_identity(r, t, what, s);
+    else
+        read_raw_identity(r, t, what, s);
     s.di = r.small<uint32_t>(t, "di", 0, 0, 0xFFFFFFFFLL, what);
     s.irq_rising = r.small<uint32_t>(t, "interrupt_rising", 0, 0, 0xFFFFFFFFLL, what);
     s.irq_falling = r.small<uint32_t>(t, "interrupt_falling", 0, 0, 0xFFFFFFFFLL, what);

@@ -108,6 +108,10 @@ SIGNATURES = {
     'vex_GetMacAddress': ('int32_t', ['uint8_t', 'char *']),
     'vex_GetMemorySize': ('uint32_t', ['uint32_t']),
     'vex_GetModuleLastOutputSource': ('int16_t', ['VEX_PORT', 'int32_t']),
+    'vex_GetModuleName': ('uint32_t', ['uint32_t', 'char *']),
+    'vex_GetModuleName_DOTNET': ('uint32_t', ['uint32_t', 'wchar_t *']),
+    'vex_GetModuleType': ('uint8_t', ['uint32_t']),
+    'vex_GetModuleVersion': ('uint32_t', ['uint32_t']),
     'vex_GetModuleWDTConfig': ('VEX_BOOL', ['VEX_PORT', 'int32_t', 'int16_t *', 'uint32_t *', 'VEX_BOOL32 *']),
     'vex_GetModuleWDTInterruptStatus': ('int16_t', ['uint32_t']),
     'vex_GetModuleWDTStatus': ('VEX_BOOL', ['VEX_PORT', 'int32_t']),
@@ -129,6 +133,8 @@ SIGNATURES = {
     'vex_InterruptDone': ('void', ['uint32_t']),
     'vex_InterruptInitialize': ('VEX_BOOL32', ['uint32_t']),
     'vex_KillBPTimer': ('void', ['uint32_t']),
+    'vex_ModuleExists': ('VEX_BOOL', ['VEX_PORT', 'int32_t']),
+    'vex_NordRModuleInitial': ('int32_t', ['uint32_t']),
     'vex_ReadAI': ('VEX_BOOL', ['VEX_PORT', 'int32_t', 'int32_t', 'int32_t', 'float *']),
     'vex_ReadAIAll': ('VEX_BOOL', ['VEX_PORT', 'int32_t', 'float *']),
     'vex_ReadAIAllExt': ('VEX_BOOL', ['VEX_PORT', 'int32_t', 'float *', 'int32_t', 'int32_t *']),
@@ -236,11 +242,5 @@ SIGNATURES = {
 }
 
 PENDING = {
-    'vex_GetModuleName': ('uint32_t', ['uint32_t', 'char *']),
-    'vex_GetModuleName_DOTNET': ('uint32_t', ['uint32_t', 'wchar_t *']),
-    'vex_GetModuleType': ('uint8_t', ['uint32_t']),
-    'vex_GetModuleVersion': ('uint32_t', ['uint32_t']),
-    'vex_ModuleExists': ('VEX_BOOL', ['VEX_PORT', 'int32_t']),
-    'vex_NordRModuleInitial': ('int32_t', ['uint32_t']),
 }
 

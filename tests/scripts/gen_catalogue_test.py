@@ -96,5 +96,71 @@ class Generator(unittest.TestCase):
         self.assertRefused(GOOD + GOOD.replace('"4504"', '"4504X"'), "name number 4504")
 
 
+PARALLEL = GOOD + '''
+[series]
+base = 8000
+
+[[parallel]]
+id = 0x13
+series = 16
+di = 16
+
+[[parallel.rule]]
+register = 0x10
+mask = 0x07
+equals = 1
+suffix = "H"
+
+[[expansion]]
+id = 2
+number = 102
+letter = "R"
+'''
+
+
+class Parallel(unittest.TestCase):
+    assertRefused = Generator.assertRefused
+
+    def test_rows_rules_and_boards_are_generated(self):
+        code, err, _, generated = run(PARALLEL)
+        self.assertEqual(code, 0, err)
+        self.assertIn("kSeriesBase = 8000;", generated)
+        self.assertIn("{0x10, 0x07, 0x01, -1, -1, \"H\", nullptr},", generated)
+        self.assertIn("{0x13, 16, 0x80, \"\", \"\", \"\", 16, 0, 0, 0, 0, false, false, kRules13, 1},", generated)
+        self.assertIn("{2, 102, 'R', 0x80,", generated)
+
+    def test_bad_rows(self):
+        cases = [
+            (PARALLEL.replace("id = 0x13", "id = 198"), "[[parallel]] id 0xC6", "id", "out of range"),
+            (PARALLEL.replace("series = 16", "series = 238"), "series", "out of range"),
+            (PARALLEL.replace("di = 16", "di = 12"), "di", "channel count"),
+            (PARALLEL.replace("di = 16", "di = 16\nclass = 0x82"), "class", "not a type class"),
+            (PARALLEL.replace("di = 16", "di = 16\nsuffix = \"Q\""), "suffix", "not one of"),
+            (PARALLEL.replace("di = 16", "di = 16\ncolour = 1"), "id 0x13", "unknown key 'colour'"),
+            (PARALLEL.replace("register = 0x10", "register = 0x12"), "rule #1", "register"),
+            (PARALLEL.replace("equals = 1", "equals = 9"), "rule #1", "equals", "outside mask"),
+            (PARALLEL.replace('suffix = "H"', ""), "rule #1", "changes nothing"),
+            (PARALLEL.replace("mask = 0x07\n", ""), "rule #1", "mask is missing"),
+            (PARALLEL.replace("register = 0x10", "register = 0x06").replace("di = 16", "di = 32"),
+             "0x06 carries inputs"),
+            (PARALLEL.replace("di = 16", "do = 16\nreadback = true\nwatchdog = true"), "0x10 carries the outputs"),
+            (PARALLEL + "\n[[parallel]]\nid = 0x2F\nseries = 32\ndo = 32\nreadback = true\n", "id 0x2F",
+             "readback", "watchdog"),
+            (PARALLEL.replace("[series]\nbase = 8000\n", ""), "[series]", "missing"),
+            (PARALLEL.replace("number = 102", "number = 1000"), "[[expansion]] id 0x02", "number"),
+            (PARALLEL.replace('letter = "R"', 'letter = "RR"'), "letter"),
+            (PARALLEL.replace("id = 2", "id = 19"), "id", "out of range"),
+        ]
+        for text, *words in cases:
+            with self.subTest(words=words):
+                self.assertRefused(text, *words)
+
+    def test_duplicates(self):
+        row = "\n[[parallel]]\nid = 0x13\nseries = 17\n"
+        self.assertRefused(PARALLEL + row, "id", "duplicate")
+        self.assertRefused(PARALLEL + "\n[[parallel]]\nid = 0x14\nseries = 16\n", "name '8016'", "id 0x13")
+        self.assertRefused(PARALLEL + "\n[[expansion]]\nid = 2\nnumber = 3\n", "id", "duplicate")
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -1,11 +1,22 @@
-// vexctl info: what controller this is and what sits in its slots.
+// vexctl info: what controller this is, what sits in its slots (ID, type
+// class, name, version and channels, from the library's identification
+// and the product catalogue) and, on the virtual controller, the modules
+// on its serial buses (each asked for its name).
 #include <cstdio>
+#include <cstring>
+#include <optional>
 #include <string>
 
 #include "frame/backplane.h"
+#include "frame/catalogue.h"
+#include "frame/identify.h"
 #include "frame/library.h"
+#include "modproto/command.h"
+#include "modproto/link.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
+#include "sim/instance.h"
+#include "tools/common/cli.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
@@ -18,6 +29,111 @@ const char* model_name(int model) {
     case vex::frame::kModelSingleSlotLargeEeprom: return "single-slot controller, large EEPROM";
     case vex::frame::kModelDisplay: return "panel controller";
     default: return "unrecognised hardware ID";
+    }
+}
+
+// "8 DI, 8 DO" from the channel counts; "-" when there are none.
+std::string channels(unsigned di, unsigned dout, unsigned ai, unsigned ao, unsigned counters) {
+    std::string out;
+    auto add = [&](unsigned n, const char* what) {
+        if (n) out += (out.empty() ? "" : ", ") + std::to_string(n) + " " + what;
+    };
+    add(di, "DI");
+    add(dout, "DO");
+    add(ai, "AI");
+    add(ao, "AO");
+    add(counters, "CNT");
+    return out.empty() ? "-" : out;
+}
+
+std::string serial_channels(const char* name) {
+    const vex::catalogue::SerialKind* k = vex::catalogue::find_serial_kind(name);
+    if (!k) return "(not in the catalogue)";
+    return channels(k->di_channels, k->do_channels, k->ai_channels, k->ao_channels, k->counters);
+}
+
+// What the catalogue says a module's channels are.
+std::string slot_channels(uint32_t id, const char* name) {
+    if (id == 0xFF) return serial_channels(name);
+    if (vex::frame::controller_model() == vex::frame::kModelSingleSlot) {
+        const auto* b = vex::catalogue::find_expansion_board(_vex_inp(vex::frame::kRegBoardId));
+        return b ? channels(b->di_channels, b->do_channels, 0, 0, 0) : "-";
+    }
+    const auto* k = vex::catalogue::find_parallel_kind(id);
+    return k ? channels(k->di_channels, k->do_channels, k->ai_channels, k->ao_channels, k->counters) : "-";
+}
+
+void print_slots(uint32_t slots) {
+    std::printf("\nslot  ID    class  name          version  channels\n");
+    for (uint32_t s = 0; s < slots; ++s) {
+        if (!_vex_slot_exists(s)) {
+            std::printf("%4u  -     -      (empty)\n", s);
+            continue;
+        }
+        const uint32_t id = _vex_slot_inp(s, 0);
+        char name[VEX_MODULE_NAME_SIZE] = {};
+        vex_GetModuleName(s, name);
+        const unsigned type = vex_GetModuleType(s);
+        // A serial module's page has no version register (it reads all ones).
+        const std::string version = id == 0xFF ? "-" : std::to_string(vex_GetModuleVersion(s));
+        std::printf("%4u  0x%02X  0x%02X   %-12s  %7s  %s\n", s, id, type, name, version.c_str(),
+                    slot_channels(id, name).c_str());
+    }
+}
+
+// Asks a bus module its name ("$AAM"); "" when it does not answer.
+std::string ask_name(VEX_PORT port, uint32_t address) {
+    const auto command = vex::modproto::make_command(vex::modproto::kShortCommand, "$%02XM", address);
+    char answer[64] = {};
+    if (!vex::modproto::exchange(vex::modproto::bus_module(port, address), command, answer, sizeof answer) ||
+        std::strlen(answer) < 3)
+        return "";
+    return answer + 3;
+}
+
+// A bus module or unit, by its own answer; the description's kind when it
+// does not answer. `unit_slots`: an expansion unit of that many slots.
+void print_module(VEX_PORT port, uint32_t address, const std::string& kind, unsigned unit_slots = 0) {
+    const std::string name = port != VEX_INVALID_PORT ? ask_name(port, address) : "";
+    const std::string shown = name.empty() ? kind + " (no answer)" : name;
+    const std::string what = unit_slots ? "expansion unit, " + std::to_string(unit_slots) + " slots"
+                                        : serial_channels(name.empty() ? kind.c_str() : name.c_str());
+    std::printf("  0x%02X          %-20s  %s\n", address, shown.c_str(), what.c_str());
+}
+
+// The modules on the serial buses the virtual controller describes; on
+// hardware nothing says what is wired to a bus.
+void print_buses() {
+    vex::sim::Instance* inst = vex::sim::current();
+    if (!inst) {
+        std::printf("\nserial buses: not known on hardware (ask a module with 'vexctl module ... name')\n");
+        return;
+    }
+    std::string error;
+    const std::optional<vex::sim::Description> d = inst->description(&error);
+    if (!d) {
+        std::fprintf(stderr, "vexctl: warning: the controller's description cannot be read: %s\n", error.c_str());
+        return;
+    }
+    for (const vex::sim::PortDescription& p : d->ports) {
+        if (p.modules.empty() && p.units.empty()) continue;
+        std::printf("\n%s\n  address       name                  channels\n", p.name.c_str());
+        const VEX_PORT port = uart_OpenEx((p.name + ",115200,N,8,1").c_str());
+        if (port == VEX_INVALID_PORT)
+            std::fprintf(stderr, "vexctl: warning: %s cannot be opened: %s\n", p.name.c_str(),
+                         vex::tools::error_text(vex_GetLastError()).c_str());
+        else  // cannot fail on a port just opened
+            (void)uart_EnableCheckSum(port, p.checksum ? VEX_TRUE : VEX_FALSE);
+        for (const vex::sim::SerialModuleDescription& m : p.modules) print_module(port, m.address, m.kind);
+        for (const vex::sim::UnitDescription& u : p.units) {
+            print_module(port, u.address, u.name.empty() ? "unit" : u.name, u.slots);
+            char where[32];
+            for (const auto& [slot, m] : u.modules) {
+                std::snprintf(where, sizeof where, "0x%02X/%u", u.address, static_cast<unsigned>(slot));
+                std::printf("  %-12s  %-20s  %s\n", where, m.kind.c_str(), serial_channels(m.kind.c_str()).c_str());
+            }
+        }
+        if (port != VEX_INVALID_PORT) (void)uart_Close(port);  // nothing to do about a failed close
     }
 }
 
@@ -43,15 +159,8 @@ int run_info() {
     else
         std::printf("DIP switch:        (none on this model)\n");
     std::printf("CPU ID:            %u\n", vex_GetCPUID());
-    std::printf("\nslot  module  ID\n");
-    for (uint32_t s = 0; s < slots; ++s) {
-        if (!_vex_slot_exists(s)) {
-            std::printf("%4u  empty   -\n", s);
-            continue;
-        }
-        const uint32_t mid = _vex_slot_inp(s, 0);
-        std::printf("%4u  %-6s  0x%02X\n", s, mid == 0xFF ? "serial" : "bus", mid);
-    }
+    print_slots(slots);
+    print_buses();
     return 0;
 }
 

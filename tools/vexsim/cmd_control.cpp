@@ -2,7 +2,9 @@
 #include <cstdio>
 
 #include "frame/catalogue.h"
+#include "sim/catalogue_module.h"
 #include "sim/serial_ports.h"
+#include "tools/common/cli.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
@@ -15,6 +17,7 @@ struct PlugOptions {
     bool watchdog = false;
     unsigned version = 1;
     std::string serial;
+    std::string module;
 };
 
 bool valid_channels(unsigned n) { return n == 0 || n == 4 || n == 8 || n == 16 || n == 32; }
@@ -90,6 +93,13 @@ void register_control_commands(CLI::App& app) {
     p->add_flag("--watchdog", plug.watchdog, "Module carries a watchdog");
     p->add_option("--version", plug.version, "Hardware version (0..31)");
     p->add_option("--serial", plug.serial, "Plug a serial module of this catalogue kind instead (e.g. 4308, 4504P)");
+    p->add_option("--module", plug.module, "Plug the parallel-bus module the catalogue names so (e.g. 8016H)")
+        ->excludes("--serial")
+        ->excludes("--id")
+        ->excludes("--di")
+        ->excludes("--do")
+        ->excludes("--readback")
+        ->excludes("--watchdog");
     p->callback([] {
         if (!valid_channels(plug.di) || !valid_channels(plug.dout) || plug.version > 31) {
             std::fprintf(stderr, "vexsim: channel counts are 0, 4, 8, 16 or 32; versions 0..31\n");
@@ -98,7 +108,11 @@ void register_control_commands(CLI::App& app) {
         vex::sim::SlotDescription d;
         d.di_channels = static_cast<uint8_t>(plug.di);
         d.do_channels = static_cast<uint8_t>(plug.dout);
-        if (!plug.serial.empty()) {
+        if (!plug.module.empty()) {
+            d.version = static_cast<uint8_t>(plug.version);
+            std::string why;
+            if (!vex::sim::describe_catalogue_module(plug.module, d, &why)) vex::tools::fail(vex::tools::kExitUsage, why);
+        } else if (!plug.serial.empty()) {
             if (!vex::catalogue::find_serial_kind(plug.serial)) {
                 std::string kinds;
                 for (const auto& k : vex::catalogue::serial_kinds()) kinds += std::string(kinds.empty() ? "" : ", ") + k.name;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/target.h"
+#include "sim/catalogue_module.h"
 #include "sim/host.h"
 #include "sim/serial_ports.h"
 #include "sim/models/models.h"
@@ -51,8 +52,10 @@ void show_slot(int i, const vex::sim::Slot& slot, uint64_t now) {
         return;
     case ModuleKind::Parallel: {
         const vex::sim::ParallelModule& m = slot.parallel;
-        std::printf("  slot %d: bus module ID 0x%02X, %u DI / %u DO, capability 0x%02X%s\n", i, slot.id,
-                    m.di_channels, m.do_channels, m.capability, m.readback ? ", read-back" : "");
+        const std::string name = vex::sim::catalogue_name(slot);
+        std::printf("  slot %d: bus module %s%sID 0x%02X, %u DI / %u DO, capability 0x%02X%s\n", i, name.c_str(),
+                    name.empty() ? "" : ", ", slot.id, m.di_channels, m.do_channels, m.capability,
+                    m.readback ? ", read-back" : "");
         if (m.di_channels) std::printf("          inputs  0x%08X\n", m.di);
         if (m.do_channels)
             std::printf("          outputs 0x%08X (last source %u: %s)\n", m.do_latch, m.last_source,
