@@ -4,7 +4,8 @@
 set -euo pipefail
 
 packages=(cmake ninja-build g++ clang pkg-config python3 libsqlite3-dev libtomlplusplus-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libmodbus-dev libblkid-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libmodbus-dev libblkid-dev
+          python3-pytest)
 
 missing=()
 for p in "${packages[@]}"; do
