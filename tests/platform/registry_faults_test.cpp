@@ -57,15 +57,15 @@ public:
 
 private:
     // The entries this shim knows, by their index in reals().
-    static constexpr const char* kNames[] = {"open", "read", "pread", "pread64", "write", "pwrite", "pwrite64"};
+    static constexpr const char* kNames[] = {"open", "write", "pwrite", "pwrite64"};
     static int index_of(const std::string& name) {
-        for (int i = 0; i < 7; ++i) {
+        for (int i = 0; i < 4; ++i) {
             if (name == kNames[i]) return i;
         }
         return -1;
     }
     static sqlite3_syscall_ptr* reals() {
-        static sqlite3_syscall_ptr table[7] = {};
+        static sqlite3_syscall_ptr table[4] = {};
         return table;
     }
     template <typename F>
@@ -84,31 +84,19 @@ private:
     static int open_(const char* path, int flags, int mode) {
         return failing() ? -1 : real<int (*)(const char*, int, int)>(0)(path, flags, mode);
     }
-    static ssize_t read_(int fd, void* b, size_t n) {
-        return failing() ? -1 : real<ssize_t (*)(int, void*, size_t)>(1)(fd, b, n);
-    }
-    static ssize_t pread_(int fd, void* b, size_t n, off_t at) {
-        return failing() ? -1 : real<ssize_t (*)(int, void*, size_t, off_t)>(2)(fd, b, n, at);
-    }
-    static ssize_t pread64_(int fd, void* b, size_t n, off64_t at) {
-        return failing() ? -1 : real<ssize_t (*)(int, void*, size_t, off64_t)>(3)(fd, b, n, at);
-    }
     static ssize_t write_(int fd, const void* b, size_t n) {
-        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t)>(4)(fd, b, n);
+        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t)>(1)(fd, b, n);
     }
     static ssize_t pwrite_(int fd, const void* b, size_t n, off_t at) {
-        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t, off_t)>(5)(fd, b, n, at);
+        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t, off_t)>(2)(fd, b, n, at);
     }
     static ssize_t pwrite64_(int fd, const void* b, size_t n, off64_t at) {
-        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t, off64_t)>(6)(fd, b, n, at);
+        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t, off64_t)>(3)(fd, b, n, at);
     }
     static sqlite3_syscall_ptr shim_for(const std::string& name) {
-        const sqlite3_syscall_ptr shims[7] = {
-            reinterpret_cast<sqlite3_syscall_ptr>(open_),    reinterpret_cast<sqlite3_syscall_ptr>(read_),
-            reinterpret_cast<sqlite3_syscall_ptr>(pread_),   reinterpret_cast<sqlite3_syscall_ptr>(pread64_),
-            reinterpret_cast<sqlite3_syscall_ptr>(write_),   reinterpret_cast<sqlite3_syscall_ptr>(pwrite_),
-            reinterpret_cast<sqlite3_syscall_ptr>(pwrite64_),
-        };
+        const sqlite3_syscall_ptr shims[4] = {
+            reinterpret_cast<sqlite3_syscall_ptr>(open_), reinterpret_cast<sqlite3_syscall_ptr>(write_),
+            reinterpret_cast<sqlite3_syscall_ptr>(pwrite_), reinterpret_cast<sqlite3_syscall_ptr>(pwrite64_)};
         const int i = index_of(name);
         return i < 0 ? nullptr : shims[i];
     }
