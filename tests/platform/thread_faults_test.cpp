@@ -37,12 +37,18 @@ TEST_F(ThreadFaults, TheBuzzerWithoutAThreadReportsItsCode) {
     vex_StopBuzzer();
 }
 
+// Service threads are stopped without waiting and joined later, holding
+// their event until then: a registration undone is only undone once they
+// have been joined.
+void settle() { EXPECT_EQ(irq::settle_service_threads(5000), 0); }
+
 // Registers slot 2's interrupt; on failure notes the last error, checks
 // what a half-made registration answers, and undoes it as a program must.
 bool register_slot(uint32_t& code) {
     vex_SetLastError(kUntouched);
     if (vex_RegisterSlotInterrupt(kInputSlotA, kCallbacks[kInputSlotA])) {
         EXPECT_TRUE(vex_UnregisterSlotInterrupt(kInputSlotA));
+        settle();
         return true;
     }
     code = vex_GetLastError();
@@ -51,6 +57,7 @@ bool register_slot(uint32_t& code) {
     EXPECT_FALSE(vex_RegisterSlotInterrupt(kInputSlotA, kCallbacks[kInputSlotA]));
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_SLOT_REGISTERED);
     EXPECT_FALSE(vex_UnregisterSlotInterrupt(kInputSlotA)) << "it was never registered";
+    settle();
     return false;
 }
 
@@ -58,6 +65,7 @@ bool set_timer(uint32_t& code) {
     vex_SetLastError(kUntouched);
     if (vex_SetBPTimer(1, 10, kCallbacks[1])) {
         vex_KillBPTimer(1);
+        settle();
         return true;
     }
     code = vex_GetLastError();
@@ -65,6 +73,7 @@ bool set_timer(uint32_t& code) {
     EXPECT_FALSE(vex_SetBPTimer(1, 10, kCallbacks[1]));
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_TIMER_ALREADY_SET);
     vex_KillBPTimer(1);
+    settle();
     return false;
 }
 

@@ -169,7 +169,7 @@ long fail_each_call(F& fault, int err, const std::function<bool()>& attempt,
             EXPECT_TRUE(ok) << "the operation fails with nothing failing";
             const Holdings after = settled_holdings(before);
             EXPECT_TRUE(after.within(before)) << describe(after) << " after the clean run, " << describe(before)
-                                              << " before";
+                                              << " before; open: " << open_files();
             return made;
         }
         check(n, ok);
