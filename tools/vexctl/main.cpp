@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
     register_timer_commands(app);
     register_mem_commands(app);
     register_device_commands(app);
+    register_unified_commands(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
 }
