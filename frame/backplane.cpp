@@ -13,7 +13,9 @@
 namespace vex::frame {
 namespace {
 
-// Base of the window as _vex_map hands it out; kept after unmapping.
+// Base of the window as _vex_map hands it out; kept after unmapping. Both
+// are written by the load and unload sequence only, which run while no
+// export does; exports read them without a lock.
 volatile uint8_t* g_base = nullptr;
 bool g_mapped = false;
 

@@ -16,6 +16,9 @@
 namespace vex::frame {
 namespace {
 
+// Written by the load and unload sequence only (the library's constructor
+// and destructor, and the test fixtures that call them), on one thread,
+// while no export runs; read without a lock.
 int g_load_count = 0;
 // Constant-initialised: the constructor may run before other statics.
 char g_problem[256] = "";

@@ -140,7 +140,23 @@ VEXSDK_API VEX_BOOL32 vex_SetBPTimerOut(uint16_t first, uint16_t second, VEX_IRQ
 VEXSDK_API void vex_KillBPTimer(uint32_t timer) {
     if (refuse_on_single_slot() || timer >= kTimers) return;
     const uint16_t mask = shared_mask(Mask::Timers);
-    if (!mask_has(mask, timer)) return;
+    if (!mask_has(mask, timer)) {
+        // Not in use; but a registration of this process that failed
+        // half-way left its callback, event or thread here, which would
+        // refuse every later registration: they go, silently.
+        std::unique_ptr<ServiceThread> thread;
+        {
+            std::lock_guard<std::mutex> lock(g_timer_mutex);
+            TimerEntry& e = g_timers[timer];
+            e.callback = nullptr;
+            thread = std::move(e.thread);
+            if (thread) thread->stop();
+            plat::close_event(e.event.exchange(-1));
+        }
+        bury(std::move(thread));
+        reap_service_threads();
+        return;
+    }
     if (mask != mask_copy(Mask::Timers)) {
         frame::set_last_error(VEX_ERR_SLOT_NOT_REGISTERED);
         return;

@@ -3,13 +3,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
 #include "platform/event.h"
 #include "platform/interrupt.h"
 #include "platform/thread_priority.h"
+#include "platform/thread_start.h"
 
 namespace vex::irq {
 
@@ -48,12 +48,9 @@ std::unique_ptr<ServiceThread> ServiceThread::start(const ServiceSpec& spec) {
     run->spec = spec;
     run->wake = plat::create_event();
     if (run->wake < 0) return nullptr;
-    try {
-        // The thread holds the run too: it outlives an abandoned handle.
-        run->thread = std::thread([r = run] { r->loop(); });
-    } catch (const std::system_error&) {
-        return nullptr;
-    }
+    // The thread holds the run too: it outlives an abandoned handle. Without
+    // a thread the run ends here, closing its event.
+    if (!plat::start_thread(run->thread, [r = run] { r->loop(); })) return nullptr;
     return std::unique_ptr<ServiceThread>(new ServiceThread(std::move(run)));
 }
 

@@ -70,7 +70,17 @@ VEXSDK_API VEX_BOOL32 vex_RegisterSlotInterrupt(uint32_t slot, VEX_IRQ_CALLBACK 
 
 VEXSDK_API VEX_BOOL32 vex_UnregisterSlotInterrupt(uint8_t slot) {
     const uint16_t mask = shared_mask(Mask::SlotInterrupts);
-    if (!mask_has(mask, slot)) return VEX_FALSE;
+    if (!mask_has(mask, slot)) {
+        // Not registered anywhere; but a registration of this process that
+        // failed half-way left its callback (and maybe its binding) here.
+        // Letting them go is what makes the slot registrable again.
+        if (holds_slot(slot)) {
+            release_slot(slot);
+            if (single_slot() || frame::is_valid_slot(slot))
+                plat::unbind_interrupt(single_slot() ? plat::kIrqSingleSlot : plat::kIrqSlot0 + slot);
+        }
+        return VEX_FALSE;
+    }
     if (mask != mask_copy(Mask::SlotInterrupts) || !holds_slot(slot)) {
         frame::set_last_error(VEX_ERR_SLOT_NOT_REGISTERED);
         return VEX_FALSE;

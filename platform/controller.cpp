@@ -16,6 +16,11 @@
 
 namespace vex::plat {
 
+// Lock rules. The direct pointers are written only by connect_controller()
+// and disconnect_controller(), under g_mutex, which the load and unload
+// sequence call while no export runs; exports read them without a lock.
+// g_mutex also guards the instance, host and user below. Nothing else is
+// locked while g_mutex is held except the gpio named mutex it detaches.
 volatile uint8_t* g_backplane_direct = nullptr;
 volatile uint8_t* g_page_direct[kPageCount] = {};
 

@@ -8,7 +8,10 @@
 namespace vex::plat::gpio {
 namespace {
 
-// Set by attach_lock before any export runs, cleared by detach_lock after.
+// Set by attach_lock before any export runs, cleared by detach_lock after
+// the last (both from the load sequence, under the controller's lock); read
+// by every export without a lock. The named mutex it points to serialises
+// the GPIO lines across processes.
 NamedMutex* g_lock = nullptr;
 
 class Hold {

@@ -12,6 +12,9 @@ namespace {
 
 // Constant-initialised or leaked: the load sequence may run before, and the
 // unload sequence after, this file's static constructors and destructors.
+// g_mutex guards g_parsed and the stored target: the first reader of the
+// target parses the environment under it, reload_target() parses again
+// under it; readers copy the target out under it.
 std::mutex g_mutex;
 bool g_parsed = false;
 Target& stored() {

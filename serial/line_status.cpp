@@ -3,10 +3,10 @@
 // Input lines are watched by one monitor thread per port, started by the
 // first uart_GetLineStatus and ended by uart_Close; the call itself only
 // reads the state the monitor keeps.
-#include <system_error>
 
 #include "frame/errors.h"
 #include "platform/system.h"
+#include "platform/thread_start.h"
 #include "serial/port_table.h"
 #include "vexsdk.h"
 
@@ -68,11 +68,8 @@ void start_monitor(PortRecord& r) {
     if (r.port->modem_status(status)) r.modem_status = status;
     r.monitor_stop = false;
     r.monitor_running = true;
-    try {
-        r.monitor_thread = std::thread(monitor, &r);
-    } catch (const std::system_error&) {
+    if (!plat::start_thread(r.monitor_thread, [p = &r] { monitor(p); }))
         r.monitor_running = false;  // no thread: the state read above stays
-    }
 }
 
 VEX_BOOL32 fail(uint32_t code) {

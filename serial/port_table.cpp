@@ -8,9 +8,15 @@
 namespace vex::serial {
 namespace {
 
-// Constant-initialised: the unload sequence may run after other static
-// destructors.
-std::mutex g_map_lock;
+// Lock rules. g_map_lock guards g_map (the process's port table, replaced
+// by vex_CreateComPortMap and the load sequence), the list of records in
+// it, and g_next_handle; any thread takes it, briefly, to find, add or drop
+// a record, and never holds it across a port's I/O (records are shared
+// pointers: a port found stays alive while used). g_last_state_lock guards
+// g_last_state, written by every open and line drive. Neither lock is held
+// while the other is taken. Constant-initialised: the unload sequence may
+// run after other static destructors.
+plat::CheckedMutex g_map_lock;
 ComPortMap* g_map = nullptr;
 uint32_t g_next_handle = 0x1000;
 
@@ -19,8 +25,8 @@ plat::ComSettings g_last_state;
 
 std::atomic<uint32_t> g_read_timeout{kDefaultReadTimeout};
 
-// With g_map_lock held.
 bool handle_in_use(uint32_t handle) {
+    VEX_ASSERT_HELD(g_map_lock);
     if (!g_map) return false;
     for (const PortPtr& r : g_map->records) {
         if (r->handle == handle) return true;
@@ -29,6 +35,7 @@ bool handle_in_use(uint32_t handle) {
 }
 
 PortPtr find_locked(uint32_t handle) {
+    VEX_ASSERT_HELD(g_map_lock);
     if (!g_map) return nullptr;
     for (const PortPtr& r : g_map->records) {
         if (r->handle == handle) return r;
@@ -59,7 +66,7 @@ void PortRecord::set_terminator(const char* text) {
     terminator_start_.store(n > 0 ? text[0] : '\0', std::memory_order_relaxed);
 }
 
-std::mutex& com_port_map_lock() { return g_map_lock; }
+plat::CheckedMutex& com_port_map_lock() { return g_map_lock; }
 
 ComPortMap* create_port_map() {
     auto* map = new (std::nothrow) ComPortMap;

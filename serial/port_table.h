@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "platform/checked_mutex.h"
 #include "platform/com_port.h"
 
 namespace vex::serial {
@@ -51,9 +52,12 @@ public:
     std::atomic<bool> monitor_running{false};
     std::thread monitor_thread;
 
-    // Windows-style critical sections: a thread may take them again.
-    std::recursive_mutex line_lock;
-    std::recursive_mutex recv_lock;
+    // Serialise what their names say, each on its own: a thread sending
+    // does not hold up one receiving. None is taken while another is held.
+    std::mutex line_lock;  // the monitor thread's start and stop
+    std::mutex recv_lock;  // one answer read at a time
+    // Recursive because uart_SendCmdExt holds it across its purge and the
+    // send, and the send takes it again (it serves uart_Send on its own).
     std::recursive_mutex send_lock;
 
 private:
@@ -70,7 +74,7 @@ struct ComPortMap {
 };
 
 // Guards the table (and the choice of the current table).
-std::mutex& com_port_map_lock();
+plat::CheckedMutex& com_port_map_lock();
 
 // Creates an empty table and makes it the process's table. Records of a
 // table that this replaces are closed. Returns the new table.

@@ -5,13 +5,13 @@
 #include <memory>
 #include <new>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 #include "frame/errors.h"
 #include "platform/fork.h"
 #include "platform/gpio.h"
 #include "platform/peripherals.h"
+#include "platform/thread_start.h"
 #include "services/panel.h"
 #include "vexsdk.h"
 
@@ -197,9 +197,12 @@ VEXSDK_API int32_t vex_BuzzerBeep(uint32_t count, uint32_t ms) {
     }
     try {
         auto stop = std::make_shared<vex::services::StopRequest>();
-        b.thread = std::thread(vex::services::beep_thread, stop);
+        if (!vex::plat::start_thread(b.thread, [stop] { vex::services::beep_thread(stop); })) {
+            vex::frame::set_last_error(VEX_ERR_BUZZER);
+            return VEX_FALSE;
+        }
         b.stop = std::move(stop);
-    } catch (const std::exception&) {
+    } catch (const std::bad_alloc&) {
         vex::frame::set_last_error(VEX_ERR_BUZZER);
         return VEX_FALSE;
     }

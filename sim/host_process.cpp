@@ -24,6 +24,7 @@
 #include "platform/system.h"
 #include "platform/target.h"
 #include "sim/host.h"
+#include "sim/host_calls.h"
 
 extern char** environ;
 
@@ -145,7 +146,7 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
         return fail(chosen.empty() ? "no host program (vexsim) found"
                                    : "VEXSDK_SIM_HOST=" + chosen + " is not an executable program");
     int pipefd[2];
-    if (::pipe2(pipefd, O_CLOEXEC) != 0) return fail(std::string("pipe2: ") + std::strerror(errno));
+    if (host_calls().pipe2(pipefd, O_CLOEXEC) != 0) return fail(std::string("pipe2: ") + std::strerror(errno));
     const std::string log = plat::instance_dir(instance) + "/host.log";
     // Each host adds a few lines; an instance that lives for years keeps
     // the latest ones only.
@@ -177,7 +178,7 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
     for (std::string& a : args) argv.push_back(a.data());
     argv.push_back(nullptr);
     pid_t pid = -1;
-    const int rc = ::posix_spawn(&pid, program.c_str(), &actions, &attr, argv.data(), environ);
+    const int rc = host_calls().posix_spawn(&pid, program.c_str(), &actions, &attr, argv.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     ::posix_spawnattr_destroy(&attr);
     ::close(pipefd[1]);
@@ -189,9 +190,9 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
     pollfd p{pipefd[0], POLLIN, 0};
     const plat::Deadline deadline = plat::Deadline::in_ms(kWaitMs);
     int got = 0;
-    while ((got = ::poll(&p, 1, deadline.wait_ms())) < 0 && errno == EINTR) {
+    while ((got = host_calls().poll(&p, 1, deadline.wait_ms())) < 0 && errno == EINTR) {
     }
-    const bool answered = got > 0 && ::read(pipefd[0], &answer, 1) == 1;
+    const bool answered = got > 0 && host_calls().read(pipefd[0], &answer, 1) == 1;
     ::close(pipefd[0]);
     // The spawned process only forks the host off and ends; reap it.
     if (!answered) ::kill(pid, SIGKILL);

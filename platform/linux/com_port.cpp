@@ -8,7 +8,6 @@
 
 #include <asm/termbits.h>
 #include <fcntl.h>
-#include <linux/serial.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
@@ -30,8 +29,8 @@
 
 #include "platform/deadline.h"
 #include "platform/system.h"
-#include "sim/instance.h"
-#include "sim/serial_ports.h"
+#include "platform/linux/com_calls.h"
+#include "platform/linux/modem_lines.h"
 
 namespace vex::plat {
 namespace {
@@ -82,32 +81,23 @@ constexpr uint32_t kCounterEvents[4] = {kEventCts, kEventDsr, kEventRing, kEvent
 // How often a wait for line changes looks at the lines.
 constexpr auto kLinePoll = std::chrono::milliseconds(5);
 
-uint32_t status_from_tiocm(int m) {
-    return ((m & TIOCM_CTS) ? kModemCts : 0) | ((m & TIOCM_DSR) ? kModemDsr : 0) |
-           ((m & TIOCM_RNG) ? kModemRing : 0) | ((m & TIOCM_CAR) ? kModemRlsd : 0);
-}
-
 class TtyComPort final : public ComPort {
 public:
-    TtyComPort(const std::string& device, std::string canonical, int fd, int wake, bool has_tx_queue)
-        : ComPort(device), canonical_(std::move(canonical)), fd_(fd), wake_(wake), has_tx_queue_(has_tx_queue) {}
+    TtyComPort(const std::string& device, int fd, int wake, bool has_tx_queue, std::unique_ptr<ModemLines> lines)
+        : ComPort(device), fd_(fd), wake_(wake), has_tx_queue_(has_tx_queue), lines_(std::move(lines)) {}
 
     ~TtyComPort() override {
         cancel();
-        ::ioctl(fd_, TIOCNXCL);
-        // A tty drops DTR and RTS when it closes (HUPCL); so does the
-        // model of the virtual controller's ports.
-        with_sim_port([](sim::State& s, int i) {
-            sim::serial_port_drive(s, i, false, false);
-            sim::serial_port_drive(s, i, true, false);
-        });
-        ::close(fd_);  // also releases the flock
-        ::close(wake_);
+        // Failure changes nothing: the close below ends the exclusive use.
+        com_calls().ioctl(fd_, TIOCNXCL, nullptr);
+        lines_->hang_up();
+        com_calls().close(fd_);  // also releases the flock
+        com_calls().close(wake_);
     }
 
     bool get_settings(ComSettings& out) override {
         termios2 t{};
-        if (::ioctl(fd_, TCGETS2, &t) != 0) return false;
+        if (com_calls().ioctl(fd_, TCGETS2, &t) != 0) return false;
         out.baud = speed_of(t);
         switch (t.c_cflag & CSIZE) {
         case CS5: out.data_bits = 5; break;
@@ -140,7 +130,7 @@ public:
             static_cast<uint8_t>(s.stop_bits) > 2 || s.dtr_control > kDtrHandshake || s.rts_control > kRtsToggle)
             return false;
         termios2 t{};
-        if (::ioctl(fd_, TCGETS2, &t) != 0) return false;
+        if (com_calls().ioctl(fd_, TCGETS2, &t) != 0) return false;
         t.c_cflag &= ~(CBAUD | (CBAUD << IBSHIFT) | CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
         t.c_cflag |= speed_code(s.baud);
         t.c_ispeed = s.baud;
@@ -160,7 +150,7 @@ public:
         if (s.parity_check) t.c_iflag |= INPCK;
         if (s.xon_out) t.c_iflag |= IXON;
         if (s.xon_in) t.c_iflag |= IXOFF;
-        if (::ioctl(fd_, TCSETS2, &t) != 0) return false;
+        if (com_calls().ioctl(fd_, TCSETS2, &t) != 0) return false;
         {
             std::lock_guard lock(mutex_);
             dsr_flow_ = s.dsr_flow;
@@ -171,9 +161,9 @@ public:
         }
         // Enable/disable control means the line is simply on/off. A port
         // without modem lines takes the rest of the block all the same.
-        if (s.dtr_control != kDtrHandshake) drive(ModemLine::Dtr, s.dtr_control == kDtrEnable);
+        if (s.dtr_control != kDtrHandshake) lines_->drive(ModemLine::Dtr, s.dtr_control == kDtrEnable);
         if (s.rts_control == kRtsEnable || s.rts_control == kRtsDisable)
-            drive(ModemLine::Rts, s.rts_control == kRtsEnable);
+            lines_->drive(ModemLine::Rts, s.rts_control == kRtsEnable);
         return true;
     }
 
@@ -203,7 +193,7 @@ public:
             std::lock_guard lock(rx_mutex_);
             rx_head_ = rx_tail_ = 0;
             for (;;) {
-                const ssize_t n = ::read(fd_, rx_, sizeof rx_);
+                const ssize_t n = com_calls().read(fd_, rx_, sizeof rx_);
                 if (n > 0) continue;
                 if (n < 0 && errno == EINTR) continue;
                 break;  // EAGAIN: empty; 0 or an error: hung up, nothing to drop
@@ -211,15 +201,15 @@ public:
         }
         if ((flags & kPurgeTxClear) && has_tx_queue_) {
             int pending = 0;
-            if (::ioctl(fd_, TIOCOUTQ, &pending) == 0 && pending == 0) return true;
-            return ::ioctl(fd_, TCFLSH, TCOFLUSH) == 0;
+            if (com_calls().ioctl(fd_, TIOCOUTQ, &pending) == 0 && pending == 0) return true;
+            return com_calls().ioctl(fd_, TCFLSH, ioctl_int(TCOFLUSH)) == 0;
         }
         return true;
     }
 
     bool queue_counts(uint32_t& input, uint32_t& output) override {
         int in = 0, out = 0;
-        if (::ioctl(fd_, TIOCINQ, &in) != 0 || ::ioctl(fd_, TIOCOUTQ, &out) != 0) return false;
+        if (com_calls().ioctl(fd_, TIOCINQ, &in) != 0 || com_calls().ioctl(fd_, TIOCOUTQ, &out) != 0) return false;
         std::lock_guard lock(rx_mutex_);
         input = static_cast<uint32_t>(in) + static_cast<uint32_t>(rx_tail_ - rx_head_);
         output = static_cast<uint32_t>(out);
@@ -230,7 +220,7 @@ public:
         const Deadline deadline = write_deadline(0);
         for (;;) {
             int pending = 0;
-            if (cancelled_ || ::ioctl(fd_, TIOCOUTQ, &pending) != 0) return false;
+            if (cancelled_ || com_calls().ioctl(fd_, TIOCOUTQ, &pending) != 0) return false;
             if (pending == 0) return true;
             if (deadline.expired()) return false;
             // The driver does not signal an empty queue: look again in 1 ms.
@@ -244,7 +234,7 @@ public:
         const Deadline deadline = write_deadline(size);
         while (written < size) {
             if (cancelled_) return false;
-            const ssize_t n = ::write(fd_, p + written, size - written);
+            const ssize_t n = com_calls().write(fd_, p + written, size - written);
             if (n > 0) {
                 written += static_cast<size_t>(n);
                 continue;
@@ -274,7 +264,7 @@ public:
             {
                 std::lock_guard lock(rx_mutex_);
                 if (rx_head_ == rx_tail_) {
-                    const ssize_t n = ::read(fd_, rx_, sizeof rx_);
+                    const ssize_t n = com_calls().read(fd_, rx_, sizeof rx_);
                     if (n > 0) {
                         rx_head_ = 0;
                         rx_tail_ = static_cast<size_t>(n);
@@ -301,19 +291,14 @@ public:
     }
 
     bool modem_status(uint32_t& bits) override {
-        if (cancelled_) return false;
-        if (with_sim_port([&](sim::State& s, int i) { bits = sim::serial_port_status(s, i); })) return true;
-        int m = 0;
-        if (::ioctl(fd_, TIOCMGET, &m) != 0) return false;
-        bits = status_from_tiocm(m);
-        return true;
+        return !cancelled_ && lines_->status(bits);
     }
 
-    bool set_line(ModemLine line, bool on) override { return !cancelled_ && drive(line, on); }
+    bool set_line(ModemLine line, bool on) override { return !cancelled_ && lines_->drive(line, on); }
 
     bool set_event_mask(uint32_t mask) override {
         std::array<uint32_t, 4> counts{};
-        const bool have = transition_counts(counts);
+        const bool have = lines_->transitions(counts);
         std::lock_guard lock(mutex_);
         event_mask_ = mask;
         ++mask_generation_;
@@ -329,7 +314,7 @@ public:
         for (;;) {
             lock.unlock();
             std::array<uint32_t, 4> counts{};
-            const bool have = transition_counts(counts);
+            const bool have = lines_->transitions(counts);
             lock.lock();
             if (cancelled_ || mask_generation_ != generation) return false;
             if (!have) {
@@ -353,7 +338,7 @@ public:
     void cancel() override {
         if (cancelled_.exchange(true)) return;
         const uint64_t one = 1;
-        if (::write(wake_, &one, sizeof one) < 0) {
+        if (com_calls().write(wake_, &one, sizeof one) < 0) {
             // Cannot fail: the counter is far from full.
         }
         std::lock_guard lock(mutex_);
@@ -361,58 +346,6 @@ public:
     }
 
 private:
-    // Runs f(state, index) on the virtual controller's model of this port,
-    // under the instance's lock. False when this is not one of its ports.
-    template <typename F>
-    bool with_sim_port(F&& f) {
-        sim::Instance* inst = sim::current();
-        if (!inst) return false;
-        return inst->with_lock([&](sim::State& s) {
-            const int i = sim::serial_port_index(s, canonical_.c_str());
-            if (i < 0) return false;
-            f(s, i);
-            return true;
-        });
-    }
-
-    bool drive(ModemLine line, bool on) {
-        const bool rts = line == ModemLine::Rts;
-        if (with_sim_port([&](sim::State& s, int i) { sim::serial_port_drive(s, i, rts, on); })) return true;
-        int bit = rts ? TIOCM_RTS : TIOCM_DTR;
-        return ::ioctl(fd_, on ? TIOCMBIS : TIOCMBIC, &bit) == 0;
-    }
-
-    // Transitions of CTS, DSR, RING and carrier detect so far: from the
-    // controller's model, from the driver's interrupt counters, or (drivers
-    // without them) counted here from the line states, which can miss a
-    // pulse shorter than the poll. False when the port has no modem lines.
-    bool transition_counts(std::array<uint32_t, 4>& counts) {
-        if (with_sim_port([&](sim::State& s, int i) {
-                for (size_t k = 0; k < counts.size(); ++k) counts[k] = s.serial_ports[i].transitions[k];
-            }))
-            return true;
-        serial_icounter_struct ic{};
-        if (::ioctl(fd_, TIOCGICOUNT, &ic) == 0) {
-            counts = {static_cast<uint32_t>(ic.cts), static_cast<uint32_t>(ic.dsr), static_cast<uint32_t>(ic.rng),
-                      static_cast<uint32_t>(ic.dcd)};
-            return true;
-        }
-        int m = 0;
-        if (::ioctl(fd_, TIOCMGET, &m) != 0) return false;
-        const uint32_t status = status_from_tiocm(m);
-        static constexpr uint32_t kBits[4] = {kModemCts, kModemDsr, kModemRing, kModemRlsd};
-        std::lock_guard lock(mutex_);
-        if (have_status_) {
-            for (size_t k = 0; k < 4; ++k) {
-                if ((status ^ last_status_) & kBits[k]) ++own_counts_[k];
-            }
-        }
-        last_status_ = status;
-        have_status_ = true;
-        counts = own_counts_;
-        return true;
-    }
-
     // How long one write of `bytes` may take.
     Deadline write_deadline(size_t bytes) {
         std::lock_guard lock(mutex_);
@@ -433,16 +366,16 @@ private:
     // is called (-1).
     int wait_for(short what, int timeout_ms) {
         pollfd fds[2] = {{fd_, what, 0}, {wake_, POLLIN, 0}};
-        const int n = ::poll(fds, 2, timeout_ms);
+        const int n = com_calls().poll(fds, 2, timeout_ms);
         if (n < 0 && errno != EINTR) return -1;
         if (fds[1].revents) return -1;
         return n > 0 ? 1 : 0;
     }
 
-    const std::string canonical_;
     const int fd_;
     const int wake_;
     const bool has_tx_queue_;  // false for pseudo-terminals
+    const std::unique_ptr<ModemLines> lines_;  // chosen at open, never replaced
     std::atomic<bool> cancelled_{false};
 
     std::mutex mutex_;  // everything below up to the receive buffer
@@ -458,9 +391,6 @@ private:
     uint32_t event_mask_ = 0;
     uint64_t mask_generation_ = 0;
     std::array<uint32_t, 4> seen_{};
-    bool have_status_ = false;
-    uint32_t last_status_ = 0;
-    std::array<uint32_t, 4> own_counts_{};
 
     // Bytes read from the tty ahead of the caller: one system call brings
     // what is there, and the caller takes it a byte at a time.
@@ -474,19 +404,21 @@ private:
 
 std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* error) {
     auto fail = [&](const std::string& why, int fd) -> std::unique_ptr<ComPort> {
-        if (fd >= 0) ::close(fd);
+        if (fd >= 0) com_calls().close(fd);
         if (error) *error = device + ": " + why;
         return nullptr;
     };
     // Non-blocking: a UART without carrier must not hold the open.
-    const int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    const int fd = com_calls().open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return fail(std::strerror(errno), -1);
     // The flock keeps out every process of this library, root's included
     // (root passes TIOCEXCL); TIOCEXCL keeps out other programs.
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) return fail("in use", fd);
+    if (com_calls().flock(fd, LOCK_EX | LOCK_NB) != 0) return fail("in use", fd);
     termios2 t{};
-    if (::ioctl(fd, TCGETS2, &t) != 0) return fail("not a serial device", fd);
-    ::ioctl(fd, TIOCEXCL);
+    if (com_calls().ioctl(fd, TCGETS2, &t) != 0) return fail("not a serial device", fd);
+    // Best effort: without it, programs outside this library may still
+    // open the tty; those of the library are kept out by the flock.
+    com_calls().ioctl(fd, TIOCEXCL, nullptr);
 
     // A COM port carries bytes as they are: no echo, no line editing, no
     // translation of carriage returns, no signals; the receiver on, and
@@ -497,17 +429,17 @@ std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* e
     t.c_cflag |= CREAD | CLOCAL;
     t.c_cc[VMIN] = 1;
     t.c_cc[VTIME] = 0;
-    if (::ioctl(fd, TCSETS2, &t) != 0) return fail("cannot set raw mode", fd);
+    if (com_calls().ioctl(fd, TCSETS2, &t) != 0) return fail("cannot set raw mode", fd);
 
-    const int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    const int wake = com_calls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake < 0) return fail("cannot create an eventfd", fd);
     char* real = ::realpath(device.c_str(), nullptr);
     std::string canonical = real ? real : device;
     std::free(real);
     // Unix 98 pseudo-terminal slaves have the majors 136..143.
     struct stat st{};
-    const bool pty = ::fstat(fd, &st) == 0 && major(st.st_rdev) >= 136 && major(st.st_rdev) <= 143;
-    auto port = std::make_unique<TtyComPort>(device, std::move(canonical), fd, wake, !pty);
+    const bool pty = com_calls().fstat(fd, &st) == 0 && major(st.st_rdev) >= 136 && major(st.st_rdev) <= 143;
+    auto port = std::make_unique<TtyComPort>(device, fd, wake, !pty, open_modem_lines(fd, canonical));
     // Opening a tty raises DTR and RTS; the model of the virtual
     // controller's ports does the same.
     port->set_line(ModemLine::Dtr, true);

@@ -11,14 +11,15 @@
 #include <poll.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include <atomic>
 #include <map>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <vector>
 
+#include "platform/checked_mutex.h"
 #include "platform/event.h"
 #include "platform/interrupt.h"
 #include "platform/interrupt_source.h"
@@ -26,6 +27,7 @@
 #include "platform/system.h"
 #include "platform/target.h"
 #include "platform/thread_priority.h"
+#include "platform/thread_start.h"
 #include "sim/interrupt_lines.h"
 
 namespace vex::plat {
@@ -56,7 +58,7 @@ struct Binding {
 };
 
 struct Registry {
-    std::mutex mutex;
+    CheckedMutex mutex;
     std::map<uint32_t, std::shared_ptr<Binding>> bindings;
     std::atomic<uint64_t> version{1};   // changes with every bind and unbind
     std::thread dispatcher;
@@ -84,7 +86,7 @@ void dispatch(Registry& r) {
         watched.clear();
         fds.assign(1, pollfd{r.wake, POLLIN, 0});
         {
-            std::lock_guard<std::mutex> lock(r.mutex);
+            std::lock_guard lock(r.mutex);
             if (r.stopping) return;
             for (auto& [id, b] : r.bindings) {
                 if (b->servers.load(std::memory_order_acquire) != 0 || b->broken.load()) continue;
@@ -112,6 +114,7 @@ void dispatch(Registry& r) {
 
 // Starts the dispatch thread on first use. Called with r.mutex held.
 bool ensure_dispatcher(Registry& r, std::string* error) {
+    VEX_ASSERT_HELD(r.mutex);
     if (r.dispatcher.joinable()) return true;
     if (r.wake <= 0) r.wake = create_event();
     if (r.wake <= 0) {
@@ -119,10 +122,11 @@ bool ensure_dispatcher(Registry& r, std::string* error) {
         return false;
     }
     r.stopping = false;
-    try {
-        r.dispatcher = std::thread(dispatch, std::ref(r));
-    } catch (const std::system_error&) {
-        if (error) *error = "cannot start the interrupt dispatch thread";
+    if (!start_thread(r.dispatcher, [&r] { dispatch(r); })) {
+        if (error) *error = std::string("cannot start the interrupt dispatch thread: ") + std::strerror(errno);
+        // Nothing waits on it: the next attempt makes another.
+        close_event(r.wake);
+        r.wake = -1;
         return false;
     }
     return true;
@@ -153,7 +157,7 @@ bool bind_interrupt(uint32_t id, int event, std::string* error) {
         return false;
     }
     Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
+    std::lock_guard lock(r.mutex);
     auto b = std::make_shared<Binding>();
     b->id = id;
     b->event = event;
@@ -182,7 +186,7 @@ bool bind_interrupt(uint32_t id, int event, std::string* error) {
 
 void unbind_interrupt(uint32_t id) {
     Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
+    std::lock_guard lock(r.mutex);
     auto it = r.bindings.find(id);
     if (it == r.bindings.end()) return;
     end(*it->second);
@@ -193,7 +197,7 @@ void unbind_interrupt(uint32_t id) {
 
 bool interrupt_bound(uint32_t id) {
     Registry& r = registry();
-    std::lock_guard<std::mutex> lock(r.mutex);
+    std::lock_guard lock(r.mutex);
     return r.bindings.count(id) != 0;
 }
 
@@ -201,7 +205,7 @@ void unbind_all_interrupts() {
     Registry& r = registry();
     std::thread dispatcher;
     {
-        std::lock_guard<std::mutex> lock(r.mutex);
+        std::lock_guard lock(r.mutex);
         for (auto& [id, b] : r.bindings) end(*b);
         r.bindings.clear();
         r.version.fetch_add(1, std::memory_order_release);
@@ -210,7 +214,7 @@ void unbind_all_interrupts() {
         kick(r);
     }
     if (dispatcher.joinable()) dispatcher.join();
-    std::lock_guard<std::mutex> lock(r.mutex);
+    std::lock_guard lock(r.mutex);
     close_event(r.wake);
     r.wake = -1;
 }
@@ -230,7 +234,7 @@ struct InterruptWaiter::Impl {
         if (served) served->servers.fetch_sub(1, std::memory_order_release);
         served = std::move(b);
         if (served) served->servers.fetch_add(1, std::memory_order_release);
-        std::lock_guard<std::mutex> lock(r.mutex);
+        std::lock_guard lock(r.mutex);
         kick(r);  // the dispatch thread leaves it to us, or takes it back
     }
 
@@ -240,7 +244,7 @@ struct InterruptWaiter::Impl {
         if (v == version && event == chosen_for) return;
         std::shared_ptr<Binding> b;
         {
-            std::lock_guard<std::mutex> lock(r.mutex);
+            std::lock_guard lock(r.mutex);
             auto it = r.bindings.find(id);
             if (it != r.bindings.end() && it->second->event == event && !it->second->broken.load()) b = it->second;
         }

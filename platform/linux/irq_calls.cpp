@@ -13,11 +13,21 @@ constexpr IrqCalls kRealCalls = {
     ::timerfd_create, ::timerfd_settime, ::epoll_create1, ::epoll_ctl, ::pthread_setschedparam,
 };
 
-IrqCalls g_calls = kRealCalls;
+#define SLOT(m) VEX_CALL_SLOT(IrqCalls, m)
+constexpr CallSlot kSlots[] = {
+    SLOT(eventfd),  SLOT(read),           SLOT(write),           SLOT(close),         SLOT(poll),
+    SLOT(open),     SLOT(fcntl),          SLOT(socket),          SLOT(bind),          SLOT(sendto),
+    SLOT(recv),     SLOT(timerfd_create), SLOT(timerfd_settime), SLOT(epoll_create1), SLOT(epoll_ctl),
+    SLOT(pthread_setschedparam),
+};
+#undef SLOT
+
+constinit CallTable<IrqCalls> g_table{kRealCalls, kSlots};
 
 }  // namespace
 
-IrqCalls& irq_calls() { return g_calls; }
-void reset_irq_calls() { g_calls = kRealCalls; }
+CallTable<IrqCalls>& irq_table() { return g_table; }
+IrqCalls& irq_calls() { return g_table.now(); }
+void reset_irq_calls() { g_table.reset_all(); }
 
 }  // namespace vex::plat

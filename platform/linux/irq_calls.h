@@ -2,7 +2,8 @@
 // backends, in one table. The backends call through it only, so that tests
 // can make any one of them fail on purpose (a countdown shim that fails the
 // Nth call with a chosen errno) and check that the failure is reported and
-// nothing leaks. Filled with the real calls; reset_irq_calls() restores them.
+// nothing leaks. Filled with the real calls; irq_table() changes or
+// restores one by name, reset_irq_calls() restores them all.
 //
 // Not thread-safe to change while the library runs threads that use it:
 // tests set it before they start what they test.
@@ -15,6 +16,8 @@
 #include <sys/socket.h>
 #include <sys/timerfd.h>
 #include <sys/types.h>
+
+#include "platform/linux/call_table.h"
 
 namespace vex::plat {
 
@@ -37,7 +40,9 @@ struct IrqCalls {
     int (*pthread_setschedparam)(pthread_t thread, int policy, const sched_param* param);
 };
 
-// The table in use.
+// The table, by name ("eventfd", "timerfd_create", ...).
+CallTable<IrqCalls>& irq_table();
+// The calls in use.
 IrqCalls& irq_calls();
 // Back to the real calls.
 void reset_irq_calls();

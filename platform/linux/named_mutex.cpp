@@ -29,18 +29,24 @@ void* real_mmap(void* addr, size_t length, int prot, int flags, int fd, off_t of
     return ::mmap(addr, length, prot, flags, fd, offset);
 }
 constexpr NamedMutexCalls kRealCalls = {::shm_open, ::flock, real_fstat, ::ftruncate, real_mmap, real_close};
-NamedMutexCalls g_calls = kRealCalls;
+constexpr CallSlot kSlots[] = {
+    VEX_CALL_SLOT(NamedMutexCalls, shm_open),  VEX_CALL_SLOT(NamedMutexCalls, flock),
+    VEX_CALL_SLOT(NamedMutexCalls, fstat),     VEX_CALL_SLOT(NamedMutexCalls, ftruncate),
+    VEX_CALL_SLOT(NamedMutexCalls, mmap),      VEX_CALL_SLOT(NamedMutexCalls, close),
+};
+constinit CallTable<NamedMutexCalls> g_table{kRealCalls, kSlots};
 
 std::string os_error(const char* call, const std::string& name) {
     return std::string(call) + "(" + name + "): " + std::strerror(errno);
 }
 }  // namespace
 
-NamedMutexCalls& named_mutex_calls() { return g_calls; }
-void reset_named_mutex_calls() { g_calls = kRealCalls; }
+CallTable<NamedMutexCalls>& named_mutex_table() { return g_table; }
+NamedMutexCalls& named_mutex_calls() { return g_table.now(); }
+void reset_named_mutex_calls() { g_table.reset_all(); }
 
 std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::string* error) {
-    const NamedMutexCalls& c = g_calls;
+    const NamedMutexCalls& c = g_table.now();
     const int fd = c.shm_open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) {
         if (error) *error = os_error("shm_open", name);

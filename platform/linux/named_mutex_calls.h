@@ -1,12 +1,15 @@
 // The operating-system calls of the named-mutex backend, in one table, so
 // that tests can make any one of them fail on purpose and check that the
 // failure is reported (naming the call) and nothing leaks. Filled with the
-// real calls; reset_named_mutex_calls() restores them. Not to be changed
+// real calls; named_mutex_table() changes or restores one by name,
+// reset_named_mutex_calls() restores them all. Not to be changed
 // while other threads open named mutexes.
 #pragma once
 
 #include <sys/stat.h>
 #include <sys/types.h>
+
+#include "platform/linux/call_table.h"
 
 namespace vex::plat {
 
@@ -19,6 +22,7 @@ struct NamedMutexCalls {
     int (*close)(int fd);
 };
 
+CallTable<NamedMutexCalls>& named_mutex_table();
 NamedMutexCalls& named_mutex_calls();
 void reset_named_mutex_calls();
 

@@ -7,8 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
-
 namespace vex::plat::oscalls {
 namespace {
 
@@ -22,44 +20,24 @@ constexpr ServiceCalls kReal = {
     ::read,   ::mount, ::umount2, ::mkdir, real_reboot, real_sync,
 };
 
-ServiceCalls g_calls = kReal;
-
-// POSIX guarantees that a function pointer fits a void* (dlsym relies on it).
-static_assert(sizeof(void (*)()) == sizeof(void*));
-
-struct Slot {
-    const char* name;
-    void* where;  // the member holding the function pointer
+constexpr CallSlot kSlots[] = {
+    VEX_CALL_SLOT(ServiceCalls, socket),        VEX_CALL_SLOT(ServiceCalls, bind),
+    VEX_CALL_SLOT(ServiceCalls, sendto),        VEX_CALL_SLOT(ServiceCalls, recvfrom),
+    VEX_CALL_SLOT(ServiceCalls, poll),          VEX_CALL_SLOT(ServiceCalls, eventfd),
+    VEX_CALL_SLOT(ServiceCalls, inotify_init1), VEX_CALL_SLOT(ServiceCalls, inotify_add_watch),
+    VEX_CALL_SLOT(ServiceCalls, read),          VEX_CALL_SLOT(ServiceCalls, mount),
+    VEX_CALL_SLOT(ServiceCalls, umount2),       VEX_CALL_SLOT(ServiceCalls, mkdir),
+    VEX_CALL_SLOT(ServiceCalls, reboot),        VEX_CALL_SLOT(ServiceCalls, sync),
 };
 
-template <typename F>
-void* slot(F& f) {
-    return &f;
-}
+constinit CallTable<ServiceCalls> g_table{kReal, kSlots};
 
 }  // namespace
 
-ServiceCalls& calls() { return g_calls; }
-
-bool set_call(const char* name, void* fn) {
-    const Slot slots[] = {
-        {"socket", slot(g_calls.socket)},       {"bind", slot(g_calls.bind)},
-        {"sendto", slot(g_calls.sendto)},       {"recvfrom", slot(g_calls.recvfrom)},
-        {"poll", slot(g_calls.poll)},           {"eventfd", slot(g_calls.eventfd)},
-        {"inotify_init1", slot(g_calls.inotify_init1)}, {"inotify_add_watch", slot(g_calls.inotify_add_watch)},
-        {"read", slot(g_calls.read)},           {"mount", slot(g_calls.mount)},
-        {"umount2", slot(g_calls.umount2)},     {"mkdir", slot(g_calls.mkdir)},
-        {"reboot", slot(g_calls.reboot)},       {"sync", slot(g_calls.sync)},
-    };
-    for (const Slot& s : slots) {
-        if (std::strcmp(s.name, name) == 0) {
-            std::memcpy(s.where, &fn, sizeof fn);
-            return true;
-        }
-    }
-    return false;
-}
-
-void reset_calls() { g_calls = kReal; }
+CallTable<ServiceCalls>& table() { return g_table; }
+ServiceCalls& calls() { return g_table.now(); }
+bool set_call(const char* name, void* fn) { return g_table.set(name, fn); }
+bool reset_call(const char* name) { return g_table.reset(name); }
+void reset_calls() { g_table.reset_all(); }
 
 }  // namespace vex::plat::oscalls

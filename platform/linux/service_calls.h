@@ -1,7 +1,8 @@
 // The operating-system calls of the controller services' Linux backends
 // (link notifications, storage card, reboot), in one table that tests can
 // change: set_call("mount", fake) makes the backends call `fake` instead,
-// reset_calls() puts the real calls back. Nothing else in these backends
+// reset_call("mount") or reset_calls() put the real calls back (the common
+// pattern of platform/linux/call_table.h). Nothing else in these backends
 // calls the system directly.
 //
 // Thread safety: change the table only while no backend call runs (tests
@@ -13,6 +14,8 @@
 #include <sys/types.h>
 
 #include <cstdint>
+
+#include "platform/linux/call_table.h"
 
 namespace vex::plat::oscalls {
 
@@ -34,10 +37,12 @@ struct ServiceCalls {
 };
 
 // The table the backends call through.
+CallTable<ServiceCalls>& table();
 ServiceCalls& calls();
 // Replaces one call by name ("socket", "mount", "reboot", ...). False for a
 // name the table does not have.
 bool set_call(const char* name, void* fn);
+bool reset_call(const char* name);
 void reset_calls();
 
 }  // namespace vex::plat::oscalls

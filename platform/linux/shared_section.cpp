@@ -11,33 +11,35 @@
 #include <cstring>
 #include <new>
 
+#include "platform/linux/section_calls.h"
+
 namespace vex::plat {
 
 std::unique_ptr<SharedSection> SharedSection::open(const std::string& name, size_t size) {
     if (size == 0) return nullptr;
     bool created = true;
-    int fd = ::shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    int fd = section_calls().shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0 && errno == EEXIST) {
         created = false;
-        fd = ::shm_open(name.c_str(), O_RDWR | O_CLOEXEC, 0600);
+        fd = section_calls().shm_open(name.c_str(), O_RDWR | O_CLOEXEC, 0600);
     }
     if (fd < 0) return nullptr;
     // A new object is zero-filled by the kernel when it grows. An existing
     // one that is smaller (its creator has not grown it yet) grows too:
     // growing never loses data and both sides agree on the size.
     struct stat st {};
-    if (::fstat(fd, &st) != 0 || (static_cast<size_t>(st.st_size) < size &&
-                                  ::ftruncate(fd, static_cast<off_t>(size)) != 0)) {
-        ::close(fd);
+    if (section_calls().fstat(fd, &st) != 0 || (static_cast<size_t>(st.st_size) < size &&
+                                  section_calls().ftruncate(fd, static_cast<off_t>(size)) != 0)) {
+        section_calls().close(fd);
         return nullptr;
     }
-    void* p = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    ::close(fd);
+    void* p = section_calls().mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    section_calls().close(fd);
     if (p == MAP_FAILED) return nullptr;
     return std::unique_ptr<SharedSection>(new SharedSection(p, size, created));
 }
 
-SharedSection::~SharedSection() { ::munmap(data_, size_); }
+SharedSection::~SharedSection() { section_calls().munmap(data_, size_); }
 
 bool SharedSection::remove(const std::string& name) { return ::shm_unlink(name.c_str()) == 0; }
 
