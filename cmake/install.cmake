@@ -7,6 +7,11 @@ install(FILES include/vexsdk.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY include/vexsdk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(VEXSDK_BUILD_TOOLS)
   install(TARGETS vexctl vexsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # bash-completion loads a completion by the command's name.
+  foreach(tool vexctl vexsim)
+    install(FILES tools/completion/vexsdk-tools.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${tool})
+  endforeach()
 endif()
 install(EXPORT vexsdkTargets NAMESPACE vexsdk::
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vexsdk)
