@@ -1,18 +1,36 @@
 #!/usr/bin/env bash
 # Installs the SDK into a scratch prefix and builds the examples against it,
-# once with CMake's package config and once with pkg-config, then runs one.
+# with CMake's package config and with pkg-config, each against the shared
+# library and statically, then runs them on a private virtual controller.
 set -euo pipefail
 build_dir=$1 source_dir=$2
 scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
+trap 'rm -rf "$scratch"; rm -f /dev/shm/vexsdk.$(id -u).sim.install-test-$$.*' EXIT
 cmake --install "$build_dir" --prefix "$scratch/prefix" >/dev/null
+prefix=$scratch/prefix
+test -n "$(find "$prefix" -path '*man3/uart_SendCmd.3')" || { echo "no man page installed" >&2; exit 1; }
 cmake -S "$source_dir/examples" -B "$scratch/cmake" -G Ninja \
-  -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
+  -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$scratch/cmake" >/dev/null
-libdir=$(dirname "$(find "$scratch/prefix" -name vexsdk.pc | head -n 1)")
-PKG_CONFIG_PATH="$libdir" cc -std=c99 -Wall -Werror "$source_dir/examples/inventory.c" \
-  $(PKG_CONFIG_PATH="$libdir" pkg-config --cflags --libs vexsdk) -o "$scratch/inventory-pc"
+libdir=$(dirname "$(find "$prefix" -name vexsdk.pc | head -n 1)")
+libdir=$(dirname "$libdir")
+export PKG_CONFIG_PATH="$libdir/pkgconfig"
+cc -std=c99 -Wall -Werror "$source_dir/examples/inventory.c" \
+  $(pkg-config --cflags --libs vexsdk) -o "$scratch/inventory-pc"
+# Static: the archive by its flags from pkg-config --static; the system
+# libraries stay shared (libtomlplusplus ships no archive).
+cc -std=c99 -Wall -Werror "$source_dir/examples/inventory.c" $(pkg-config --cflags vexsdk) \
+  -Wl,--as-needed -Wl,-Bstatic -lvexsdk -Wl,-Bdynamic $(pkg-config --static --libs vexsdk) \
+  -o "$scratch/inventory-pc-static"
 export VEXSDK_SIM_DIR="$scratch/sim" VEXSDK_TARGET="sim:install-test-$$"
-LD_LIBRARY_PATH="$(dirname "$libdir")" "$scratch/inventory-pc" | tee "$scratch/out"
-grep -q "8 slots" "$scratch/out"
-rm -f /dev/shm/vexsdk.$(id -u).sim.install-test-$$.*
+for program in "$scratch/inventory-pc" "$scratch/cmake/inventory" "$scratch/cmake/inventory-static" \
+               "$scratch/inventory-pc-static"; do
+  case $program in
+    *static) if readelf -d "$program" | grep -q 'libvexsdk'; then
+               echo "$program needs libvexsdk.so" >&2; exit 1; fi
+             "$program" >"$scratch/out" ;;
+    *) LD_LIBRARY_PATH="$libdir" "$program" >"$scratch/out" ;;
+  esac
+  grep -q "8 slots" "$scratch/out" || { echo "$program:"; cat "$scratch/out"; exit 1; } >&2
+done
+cat "$scratch/out"
