@@ -34,6 +34,7 @@
 #include "vexsdk/hotplug.h"
 #include "vexsdk/memory.h"
 #include "vexsdk/device.h"
+#include "vexsdk/unified.h"
 #include "vexsdk/version.h"
 
 #endif /* VEXSDK_H */

@@ -1,8 +1,8 @@
 // Module watchdog of slot modules: configuration, refresh, reset, status
 // and last output source. Parallel-bus modules are driven through their
 // registers here; serial modules (remote, or ID 255 in a local slot) are
-// answered by the serial module protocol, which this build does not carry
-// yet, so those branches report VEX_ERR_NOT_SUPPORTED.
+// handed to the host-watchdog calls of the serial module protocol (zed_ by
+// bus address, vexsund_ by slot), whose codes they leave.
 #include "io/module_watchdog.h"
 
 #include <atomic>
@@ -84,10 +84,14 @@ Located locate(int32_t address, bool check_presence) {
     return {Module::Parallel, slot};
 }
 
-// The serial module protocol's watchdog family is not in this build.
-VEX_BOOL serial_path_missing() {
-    frame::set_last_error(VEX_ERR_NOT_SUPPORTED);
-    return VEX_FALSE;
+// The bus address of a remote module (address >= 0x1000; no unit form
+// here, so the whole rest is the address, as the module's commands print it).
+uint32_t bus_of(int32_t address) { return static_cast<uint32_t>(address) - 0x1000u; }
+
+// Watchdog status of a serial module: the call's result, status in *s.
+bool serial_status(VEX_PORT port, int32_t address, const Located& m, uint16_t* s) {
+    return (m.kind == Module::Remote ? zed_GetModuleWDTStatus(port, bus_of(address), s)
+                                     : vexsund_GetModuleWDTStatus(port, m.slot, s)) != 0;
 }
 
 void refresh(uint32_t slot) {
@@ -103,7 +107,7 @@ VEX_BOOL expired(uint32_t slot) {
 
 extern "C" {
 
-VEXSDK_API VEX_BOOL vex_GetModuleWDTStatus(VEX_PORT, int32_t address) {
+VEXSDK_API VEX_BOOL vex_GetModuleWDTStatus(VEX_PORT port, int32_t address) {
     const Located m = locate(address, true);
     switch (m.kind) {
     case Module::Parallel: return expired(m.slot);
@@ -111,10 +115,11 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTStatus(VEX_PORT, int32_t address) {
     case Module::Remote:
     case Module::SerialInSlot: break;
     }
-    return serial_path_missing();
+    uint16_t status = 0;
+    return serial_status(port, address, m, &status) && status != 0 ? VEX_TRUE : VEX_FALSE;
 }
 
-VEXSDK_API VEX_BOOL vex_GetModuleWDTStatusEX(VEX_PORT, int32_t address, uint16_t*) {
+VEXSDK_API VEX_BOOL vex_GetModuleWDTStatusEX(VEX_PORT port, int32_t address, uint16_t* status) {
     const Located m = locate(address, true);
     switch (m.kind) {
     case Module::Parallel: return expired(m.slot);  // the status word is the serial modules'
@@ -122,21 +127,21 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTStatusEX(VEX_PORT, int32_t address, uint16_t
     case Module::Remote:
     case Module::SerialInSlot: break;
     }
-    return serial_path_missing();
+    return serial_status(port, address, m, status) ? VEX_TRUE : VEX_FALSE;
 }
 
-VEXSDK_API VEX_BOOL vex_RefreshModuleWDT(VEX_PORT, int32_t address) {
+VEXSDK_API VEX_BOOL vex_RefreshModuleWDT(VEX_PORT port, int32_t address) {
     const Located m = locate(address, true);
     switch (m.kind) {
     case Module::Parallel: refresh(m.slot); return VEX_TRUE;
     case Module::Empty: return VEX_TRUE;
-    case Module::Remote:
-    case Module::SerialInSlot: break;
+    case Module::Remote: return zed_RefreshModuleWDT(port);  // heard by every module on the port
+    case Module::SerialInSlot: return vexsund_RefreshModuleWDT(port);
     }
-    return serial_path_missing();
+    return VEX_FALSE;
 }
 
-VEXSDK_API VEX_BOOL vex_ResetModuleWDT(VEX_PORT, int32_t address) {
+VEXSDK_API VEX_BOOL vex_ResetModuleWDT(VEX_PORT port, int32_t address) {
     const Located m = locate(address, true);
     switch (m.kind) {
     case Module::Parallel:
@@ -145,13 +150,13 @@ VEXSDK_API VEX_BOOL vex_ResetModuleWDT(VEX_PORT, int32_t address) {
         plat::sleep_ms(5);
         return VEX_TRUE;
     case Module::Empty: return VEX_TRUE;
-    case Module::Remote:
-    case Module::SerialInSlot: break;
+    case Module::Remote: return zed_ResetModuleWDT(port, bus_of(address));
+    case Module::SerialInSlot: return vexsund_ResetModuleWDT(port, m.slot);
     }
-    return serial_path_missing();
+    return VEX_FALSE;
 }
 
-VEXSDK_API VEX_BOOL vex_SetModuleWDTConfig(VEX_PORT, int32_t address, int16_t enable, uint32_t timeout,
+VEXSDK_API VEX_BOOL vex_SetModuleWDTConfig(VEX_PORT port, int32_t address, int16_t enable, uint32_t timeout,
                                            VEX_BOOL32 overwrite) {
     const Located m = locate(address, true);
     switch (m.kind) {
@@ -168,13 +173,13 @@ VEXSDK_API VEX_BOOL vex_SetModuleWDTConfig(VEX_PORT, int32_t address, int16_t en
         return VEX_TRUE;
     }
     case Module::Empty: return VEX_TRUE;
-    case Module::Remote:
-    case Module::SerialInSlot: break;
+    case Module::Remote: return zed_SetModuleWDTConfig(port, bus_of(address), enable, timeout);
+    case Module::SerialInSlot: return vexsund_SetModuleWDTConfig(port, m.slot, enable, timeout);
     }
-    return serial_path_missing();
+    return VEX_FALSE;
 }
 
-VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT, int32_t address, int16_t* enable, uint32_t* timeout,
+VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT port, int32_t address, int16_t* enable, uint32_t* timeout,
                                            VEX_BOOL32* overwrite) {
     const Located m = locate(address, true);
     switch (m.kind) {
@@ -187,14 +192,28 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT, int32_t address, int16_t* e
     case Module::Remote:
     case Module::SerialInSlot: break;
     }
-    return serial_path_missing();
+    // The module's answer, written only when the call succeeds; the
+    // overwrite permission is a parallel-bus notion and is left as it is.
+    uint16_t on = 0;
+    uint32_t seconds = 0;
+    const VEX_BOOL ok = m.kind == Module::Remote ? zed_GetModuleWDTConfig(port, bus_of(address), &on, &seconds)
+                                                 : vexsund_GetModuleWDTConfig(port, m.slot, &on, &seconds);
+    if (!ok) return VEX_FALSE;
+    if (enable) *enable = static_cast<int16_t>(on);
+    if (timeout) *timeout = seconds;
+    return VEX_TRUE;
 }
 
-VEXSDK_API int16_t vex_GetModuleLastOutputSource(VEX_PORT, int32_t address) {
+VEXSDK_API int16_t vex_GetModuleLastOutputSource(VEX_PORT port, int32_t address) {
     const Located m = locate(address, false);
     if (m.kind != Module::Parallel) {
-        serial_path_missing();
-        return -1;
+        // A serial module only says whether its watchdog ran out: a remote
+        // one reports the safe value (2) then, else the host (0); one in a
+        // local slot is reported as driven by its safe value whenever it
+        // answers.
+        uint16_t status = 0;
+        if (!serial_status(port, address, m, &status)) return -1;
+        return m.kind == Module::SerialInSlot || status == 1 ? 2 : 0;
     }
     return static_cast<int16_t>(module_read8(m.slot, kRegWdtStatus) & 0x0F);
 }

@@ -101,9 +101,21 @@ bool clear_counter(const Target& t, int32_t channel, int32_t di_count) {
     return r.run(t, c) && accept_if(r.exchanged(), Answer::Unexpected);
 }
 
-// ~AA4P / ~AA4S: one stored value, in the width of the outputs.
+// ~AAD: how many digital outputs the module has, in decimal ("!AA16").
+static bool ask_output_count(const Target& t, int32_t* count) {
+    Reply r(kShortAnswer);
+    if (!r.run(t, make_command(kShortCommand, "~%02XD", t.address))) return false;
+    return finish_read(r, decimal_field(rest(r.text(), 3)), [&](uint32_t v) {
+        *count = v > 32 ? 32 : static_cast<int32_t>(v);
+    });
+}
+
+// ~AA4P / ~AA4S: one stored value, in the width of the outputs. A caller
+// that does not know the module's outputs (a count outside 1..32) gets the
+// width from the module itself.
 bool read_stored_do(const Target& t, int32_t do_count, Stored which, uint32_t* value) {
     if (!value) return missing_output();
+    if ((do_count < 1 || do_count > 32) && !ask_output_count(t, &do_count)) return false;
     Reply r(kShortAnswer);
     if (!r.run(t, make_command(kShortCommand, "~%02X4%s", t.address, stored_text(which)))) return false;
     const size_t w = static_cast<size_t>(field_width_mf(do_count));

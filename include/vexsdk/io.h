@@ -95,8 +95,11 @@ VEXSDK_API uint32_t _vex_ReadDI(uint32_t slot, int32_t total);
  * (address - 0x1000) reached through `port`. The port is ignored for
  * parallel-bus modules.
  *
- * Serial modules (remote, or ID 255 in a local slot) are not reached by
- * this release: those calls fail with VEX_ERR_NOT_SUPPORTED.
+ * Serial modules (remote, or ID 255 in a local slot) are handed to the
+ * host-watchdog calls of modules.h: zed_ with the bus address for a remote
+ * module, vexsund_ with the slot for a local one; their results and codes
+ * are those calls'. The serial side has no overwrite permission: it is
+ * neither stored nor read there, and *overwrite is left untouched.
  *
  * The watchdog enable flag and the overwrite permission are kept per
  * process (slots 0..7; initially disabled and permitted); the module's
@@ -113,8 +116,12 @@ VEXSDK_API uint32_t _vex_ReadDI(uint32_t slot, int32_t total);
  *   serial module at bus address (address - 0x1000) on port.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_GetModuleWDTStatus(VEX_PORT port, int32_t address);
@@ -128,8 +135,12 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTStatus(VEX_PORT port, int32_t address);
  * @param status Status value, or where it is stored.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_GetModuleWDTStatusEX(VEX_PORT port, int32_t address, uint16_t *status);
@@ -140,8 +151,12 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTStatusEX(VEX_PORT port, int32_t address, uin
  *   serial module at bus address (address - 0x1000) on port.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_RefreshModuleWDT(VEX_PORT port, int32_t address);
@@ -153,8 +168,12 @@ VEXSDK_API VEX_BOOL vex_RefreshModuleWDT(VEX_PORT port, int32_t address);
  *   serial module at bus address (address - 0x1000) on port.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_ResetModuleWDT(VEX_PORT port, int32_t address);
@@ -173,8 +192,12 @@ VEXSDK_API VEX_BOOL vex_ResetModuleWDT(VEX_PORT port, int32_t address);
  * @param overwrite Overwrite permission, or where it is stored.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_SetModuleWDTConfig(VEX_PORT port, int32_t address, int16_t enable, uint32_t timeout,
@@ -191,8 +214,12 @@ VEXSDK_API VEX_BOOL vex_SetModuleWDTConfig(VEX_PORT port, int32_t address, int16
  * @param overwrite Overwrite permission, or where it is stored.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT port, int32_t address, int16_t *enable, uint32_t *timeout,
@@ -201,15 +228,20 @@ VEXSDK_API VEX_BOOL vex_GetModuleWDTConfig(VEX_PORT port, int32_t address, int16
  * @brief What last drove the module's outputs:
  * the module's own code, 0..15 (the virtual controller's modules use 0 = the
  * host or the reset state, 1 = the power-on value, 2 = the safe value after
- * watchdog expiry). No presence check. -1 when a serial module's status
- * cannot be read.
+ * watchdog expiry). No presence check. Serial modules: -1 when the status
+ * cannot be read; a remote module gives 2 when its watchdog ran out, else 0;
+ * a module in a local slot gives 2 whenever it answers.
  * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
  * @param address Module address: below 0x1000 a local slot; from 0x1000 a
  *   serial module at bus address (address - 0x1000) on port.
  * @return The value described above.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_UART_OPEN (0x14006): serial module, port handle 0 or 0xFFFFFFFF, or a
+ *     port that is not open ("Open COM port failed").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): serial module, no answer or an unexpected one
+ *     ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): serial module, a null output or an
+ *     answer field that is not a number ("Internal buffer overflow").
  * @thread Safe from any thread.
  */
 VEXSDK_API int16_t vex_GetModuleLastOutputSource(VEX_PORT port, int32_t address);

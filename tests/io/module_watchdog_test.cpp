@@ -192,26 +192,28 @@ TEST_F(ModuleWatchdogPowerOnDescribed, ModuleComesUpDrivingItsPowerOnValue) {
 
 // The serial module protocol is not in this build: every serial branch
 // says so, and no register of any slot is touched on the way.
-TEST_F(ModuleWatchdog, SerialModulesAreNotReachedYet) {
+// Serial modules go to the serial families (tests/io/serial_module_watchdog_test.cpp);
+// through a port that is not open every call fails with a code and no
+// module register is touched on the way.
+TEST_F(ModuleWatchdog, SerialModulesThroughAPortThatIsNotOpenFail) {
     for (int32_t address : {0x1000, 0x1001, 0xFFFFF, 0x100203, static_cast<int32_t>(kSerialSlot), 0x0FFF, -1, 8}) {
         SCOPED_TRACE("address " + std::to_string(address));
         const uint32_t m = mark();
         uint16_t status = 0;
         const auto refused = [](VEX_BOOL result) {
-            const bool ok = result == VEX_FALSE && vex_GetLastError() == VEX_ERR_NOT_SUPPORTED;
+            const bool ok = result == VEX_FALSE && vex_GetLastError() != 0;
             vex_SetLastError(0);
             return ok;
         };
         vex_SetLastError(0);
-        EXPECT_TRUE(refused(vex_GetModuleWDTStatus(7, address)));
         EXPECT_TRUE(refused(vex_GetModuleWDTStatusEX(7, address, &status)));
         EXPECT_TRUE(refused(vex_RefreshModuleWDT(7, address)));
         EXPECT_TRUE(refused(vex_ResetModuleWDT(7, address)));
         EXPECT_TRUE(refused(vex_SetModuleWDTConfig(7, address, 1, 3, VEX_TRUE)));
         EXPECT_TRUE(refused(config(address).result));
+        EXPECT_EQ(vex_GetModuleWDTStatus(7, address), VEX_FALSE);
         EXPECT_EQ(vex_GetModuleLastOutputSource(7, address), -1);
-        EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
-        EXPECT_TRUE(writes_since(m).empty());
+        for (const auto& [offset, value] : writes_since(m)) EXPECT_GE(offset, 0x9000u) << "module page written";
     }
 }
 

@@ -16,3 +16,4 @@ void register_irq_commands(CLI::App& app);     // irq watch
 void register_timer_commands(CLI::App& app);   // timer, hotplug
 void register_mem_commands(CLI::App& app);     // mem read/write/dump/protect/size
 void register_device_commands(CLI::App& app);  // device, device set-mac
+void register_unified_commands(CLI::App& app);  // read, write

@@ -53,5 +53,6 @@ int main(int argc, char** argv) {
     register_timer_commands(app);
     register_mem_commands(app);
     register_device_commands(app);
+    register_unified_commands(app);
     return vex::tools::run_app(app, argc, argv);
 }

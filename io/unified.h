@@ -1,0 +1,117 @@
+// The unified I/O calls: one address names a module anywhere the
+// controller can reach, and the call goes through the operation table of
+// the kind of target that address resolves to.
+//
+// Address forms (signed 32-bit, compared as signed):
+//   address >= 0x100000         slot (bits 0..7) of the remote expansion
+//                               unit at bus address (bits 8..15)
+//   0x1000 <= address < 0x100000  the serial module at bus address
+//                               (address - 0x1000)
+//   address < 0x1000            local slot (address & 0xFF); its ID
+//                               register tells a serial module (255) from
+//                               a parallel-bus one
+//
+// resolve() reads at most the presence register and the slot's ID
+// register; it keeps no state and takes no lock. The serial table's
+// operations take the serial exchange lock for local slots (modproto/).
+//
+// Every operation returns true on success; on failure it has recorded its
+// code in the calling thread's last error (or none, where the parallel-bus
+// output write refuses without one) and has written no output, except the
+// analog reads, which keep the serial families' rule (a reading at a range
+// marker is stored and the call fails with the range code).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/backplane.h"
+#include "io/module_registers.h"
+#include "modproto/families.h"
+
+namespace vex::io::unified {
+
+using modproto::Stored;
+
+struct UnifiedOps;
+
+// A resolved address: the table of its kind and what the table needs.
+struct Located {
+    const UnifiedOps* ops;
+    uint32_t slot;                          // local slot (low 8 bits)
+    const modproto::SerialFamily* family;   // serial kinds only
+    modproto::Target target;                // serial kinds only
+};
+
+struct UnifiedOps {
+    bool (*read_di)(const Located&, int32_t di_count, uint32_t* value);
+    bool (*read_do)(const Located&, int32_t do_count, uint32_t* value);
+    bool (*read_dio)(const Located&, int32_t di_count, int32_t do_count, uint32_t* di, uint32_t* do_);
+    bool (*write_do)(const Located&, int32_t do_count, uint32_t value);
+    bool (*write_do_bit)(const Located&, int32_t do_count, int32_t channel, int32_t value);
+    bool (*read_stored_do)(const Located&, int32_t do_count, Stored which, uint32_t* value);
+    bool (*store_do)(const Located&, int32_t do_count, Stored which, uint32_t value);
+    bool (*read_latch)(const Located&, int32_t di_count, int32_t do_count, int32_t kind, uint32_t* di,
+                       uint32_t* do_);
+    bool (*clear_latch)(const Located&);
+    bool (*read_counter)(const Located&, int32_t channel, int32_t di_count, uint32_t* value);
+    bool (*read_counter_single)(const Located&, int32_t channel, uint32_t* value);
+    bool (*clear_counter)(const Located&, int32_t channel, int32_t di_count);
+    bool (*read_counter_overflow)(const Located&, int32_t channel, uint32_t* value);
+    bool (*read_ai)(const Located&, int32_t channel, int32_t channel_count, float* value);
+    bool (*read_ai_hex)(const Located&, int32_t channel, int32_t channel_count, uint32_t* value);
+    bool (*read_ai_all)(const Located&, float* values, size_t capacity, size_t* count);
+    bool (*read_ai_all_hex)(const Located&, uint32_t* values, size_t capacity, size_t* count);
+    bool (*write_ao)(const Located&, int32_t channel, int32_t channel_count, float value);
+    bool (*read_ao)(const Located&, int32_t channel, int32_t channel_count, float* value);
+    bool (*read_ao_stored)(const Located&, int32_t channel, int32_t channel_count, Stored which, float* value);
+    bool (*store_ao)(const Located&, int32_t channel, int32_t channel_count, Stored which, float value);
+};
+
+// The tables, one file each.
+extern const UnifiedOps kParallelOps;  // parallel-bus module in a local slot
+extern const UnifiedOps kSerialOps;    // serial module: local slot, bus or unit slot
+extern const UnifiedOps kEmptyOps;     // local slot without a module: 0x10003
+
+// Whether an address of 0x100000 and above means a unit slot (most calls)
+// or is taken as a local slot by its low byte (three of the analog output
+// value calls, whose serial path has no unit form).
+enum class UnitForm : uint8_t { UnitSlot, LocalSlot };
+
+// The serial forms, out of line: a bus module or a unit slot, and a serial
+// module in a local slot.
+Located resolve_bus(uint32_t port, int32_t address, UnitForm unit);
+Located resolve_serial_slot(uint32_t port, uint32_t slot);
+
+// Local slots 8 and above have no module page and no presence bit: they
+// resolve as empty, so that no slot selection is made for a slot the
+// backplane does not have. Inline: a control loop reading a parallel-bus
+// module pays two register reads and no call for it.
+inline Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot) {
+    if (address >= 0x1000 && (address < 0x100000 || unit == UnitForm::UnitSlot)) [[unlikely]]
+        return resolve_bus(port, address, unit);
+    const uint32_t slot = static_cast<uint32_t>(address) & 0xFF;
+    // The presence register is active low, one bit per slot.
+    if (slot >= kModuleSlots || ((plat::bus_read8(frame::kRegSlotPresence) >> slot) & 1u) != 0)
+        return Located{&kEmptyOps, slot, nullptr, {}};
+    if (module_read8(slot, kRegId) == kSerialModuleId) [[unlikely]]
+        return resolve_serial_slot(port, slot);
+    return Located{&kParallelOps, slot, nullptr, {}};
+}
+
+// The refusal of every operation a target kind cannot do:
+// VEX_ERR_UNKNOWN_MODULE.
+bool refuse();
+// refused<&UnifiedOps::member>: an operation of that signature that refuses.
+template <typename F>
+struct Refused;
+template <typename... A>
+struct Refused<bool (*)(A...)> {
+    static bool call(A...) { return refuse(); }
+};
+#define VEX_UNIFIED_REFUSED(member) (::vex::io::unified::Refused<decltype(UnifiedOps::member)>::call)
+
+// The largest number of analog inputs the calls without a bound store.
+inline constexpr size_t kAiAllMax = 32;
+
+}  // namespace vex::io::unified
