@@ -1,17 +1,27 @@
 # Thin wrapper over the CMake presets.
-#   make run            build, then show the default virtual controller
-#   make check          install missing packages (as root), build, run all tests
+#   make run            install what building and running need (as root),
+#                       build the library and tools, show the default
+#                       virtual controller
+#   make check          install that and what the tests need (as root),
+#                       build everything, run all tests
+# Without root, a missing package stops with the exact list to install.
 #   make check PRESET=asan|tsan   the same under a sanitizer
 #   make bench          run the benchmarks (release build)
 PRESET ?= default
 BUILD := build/$(PRESET)
 
-.PHONY: all deps configure build check run bench clean
+.PHONY: all deps deps-run configure configure-run build check run bench clean
 
 all: build
 
 deps:
-	@scripts/install-deps.sh
+	@scripts/install-deps.sh check
+
+deps-run:
+	@scripts/install-deps.sh run
+
+configure-run: deps-run
+	@cmake --preset $(PRESET) >/dev/null
 
 configure: deps
 	@cmake --preset $(PRESET) >/dev/null
@@ -22,7 +32,8 @@ build: configure
 check: build
 	@ctest --preset $(PRESET)
 
-run: build
+run: configure-run
+	@cmake --build --preset $(PRESET) --target vexsdk vexsdk_static vexctl vexsim
 	@$(BUILD)/vexctl info
 
 bench: PRESET = default

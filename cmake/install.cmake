@@ -9,6 +9,11 @@ install(FILES include/vexsdk.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT
 install(DIRECTORY include/vexsdk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
 if(VEXSDK_BUILD_TOOLS)
   install(TARGETS vexctl vexsim RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  # bash-completion loads a completion by the command's name.
+  foreach(tool vexctl vexsim)
+    install(FILES tools/completion/vexsdk-tools.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ${tool} COMPONENT tools)
+  endforeach()
 endif()
 install(EXPORT vexsdkTargets NAMESPACE vexsdk::
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/vexsdk COMPONENT dev)

@@ -8,6 +8,7 @@
 #include "irq/irq.h"
 #include "platform/controller.h"
 #include "platform/system.h"
+#include "platform/target.h"
 #include "serial/port_table.h"
 #include "services/memory.h"
 #include "services/services.h"
@@ -24,8 +25,11 @@ int g_load_count = 0;
 char g_problem[256] = "";
 
 void report(const std::string& what) {
-    std::snprintf(g_problem, sizeof g_problem, "%s", what.c_str());
-    if (!what.empty() && !plat::env("VEXSDK_DEBUG").empty()) std::fprintf(stderr, "vexsdk: %s\n", what.c_str());
+    if (what.empty()) return;
+    // The first problem is the cause; later ones usually follow from it.
+    if (!g_problem[0]) std::snprintf(g_problem, sizeof g_problem, "%s", what.c_str());
+    plat::log_problem(what);
+    if (!plat::env("VEXSDK_DEBUG").empty()) std::fprintf(stderr, "vexsdk: %s\n", what.c_str());
 }
 
 }  // namespace
@@ -36,9 +40,16 @@ const char* load_problem() { return g_problem; }
 void library_attach() {
     // The virtual controller must be up before the registry says what
     // controller this is (its instance presets the hardware ID).
+    g_problem[0] = '\0';
     std::string why;
-    plat::connect_controller(&why);
+    const bool connected = plat::connect_controller(&why);
     report(why);
+    // A virtual controller that cannot power up (its description does not
+    // parse, its directory cannot be made) leaves the program on a floating
+    // bus: say so on stderr always, not only when debugging.
+    const plat::Target& t = plat::target();
+    if (!connected && !t.hardware && !t.none() && plat::env("VEXSDK_DEBUG").empty())
+        std::fprintf(stderr, "vexsdk: %s\n", why.c_str());
     load_controller_model();
     ++g_load_count;
     pub_Orvale_Init();

@@ -9,6 +9,7 @@
 #include "platform/backplane_bus.h"
 #include "platform/gpio.h"
 #include "platform/peripherals.h"
+#include "platform/system.h"
 #include "platform/target.h"
 #include "sim/host.h"
 #include "sim/host_process.h"
@@ -60,6 +61,10 @@ void unmap_pages() {
 bool connect_controller(std::string* error) {
     std::lock_guard<std::mutex> lock(g_mutex);
     const Target& t = target();
+    if (t.none()) {
+        if (error) *error = t.problem;
+        return false;
+    }
     if (t.hardware) {
         if (g_pages_mapped) return true;
         const std::string why = map_pages();
@@ -68,6 +73,14 @@ bool connect_controller(std::string* error) {
         return why.empty();
     }
     if (g_instance) return true;
+    // A program that must run against an instance someone prepared (and
+    // never against a fresh one made by a typo in its name) says so.
+    if (env("VEXSDK_SIM_EXISTING") == "1" && !sim::Instance::exists(t.instance)) {
+        if (error)
+            *error = "virtual controller '" + t.instance +
+                     "' does not exist and VEXSDK_SIM_EXISTING=1 forbids making it (connected to no controller)";
+        return false;
+    }
     // Register as a user first: a host that is winding down finishes before
     // this process looks at the instance.
     std::string why;

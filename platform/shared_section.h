@@ -24,6 +24,8 @@ public:
     bool created() const { return created_; }
 
     static bool remove(const std::string& name);
+    // True when the named object exists (nothing is created).
+    static bool exists(const std::string& name);
 
 private:
     SharedSection(void* data, size_t size, bool created)

@@ -19,5 +19,7 @@ void yield_thread();
 std::string executable_path();
 // Environment variable, or "" when unset.
 std::string env(const char* name);
+// Records a problem in the system log (facility user, tagged "vexsdk").
+void log_problem(const std::string& text);
 
 }  // namespace vex::plat

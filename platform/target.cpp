@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <mutex>
 
@@ -34,28 +35,62 @@ bool valid_instance_name(const std::string& name) {
     return true;
 }
 
+namespace {
+
+std::string lower(const std::string& text) {
+    std::string out = text;
+    for (char& c : out)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return out;
+}
+
+}  // namespace
+
 bool parse_target(const std::string& text, Target& out) {
-    if (text.empty() || text == "sim") {
-        out = Target{false, "default"};
+    const std::string word = lower(text);
+    if (text.empty() || word == "sim") {
+        out = Target{false, "default", ""};
         return true;
     }
-    if (text == "hw") {
-        out = Target{true, ""};
+    if (word == "hw") {
+        out = Target{true, "", ""};
         return true;
     }
-    if (text.rfind("sim:", 0) == 0 && valid_instance_name(text.substr(4))) {
-        out = Target{false, text.substr(4)};
+    if (word.rfind("sim:", 0) == 0 && valid_instance_name(text.substr(4))) {
+        out = Target{false, text.substr(4), ""};
         return true;
     }
     return false;
 }
 
+std::string target_problem(const std::string& text) {
+    std::string shown;
+    for (unsigned char c : text) {
+        if (shown.size() >= 64) {
+            shown += "...";
+            break;
+        }
+        if (c >= 0x20 && c < 0x7F) {
+            shown += static_cast<char>(c);
+        } else {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            shown += hex;
+        }
+    }
+    std::string why = "target '" + shown + "' is not recognised; ";
+    if (lower(text).rfind("sim:", 0) == 0)
+        why += "an instance name is 1 to 48 letters, digits, '_', '-' or '.' (not '.' or '..'); ";
+    return why + "use hw, sim or sim:<instance> (connected to no controller)";
+}
+
 void reload_target() {
     std::lock_guard<std::mutex> lock(g_mutex);
     Target t;
-    // An unusable VEXSDK_TARGET falls back to the default virtual
-    // controller rather than to hardware: never touch /dev/mem by mistake.
-    if (!parse_target(env("VEXSDK_TARGET"), t)) t = Target{false, "default"};
+    // An unusable VEXSDK_TARGET connects to nothing: neither /dev/mem by
+    // mistake nor a simulation the program would take for the machine.
+    const std::string text = env("VEXSDK_TARGET");
+    if (!parse_target(text, t)) t = Target{false, "", target_problem(text)};
     stored() = t;
     g_parsed = true;
 }
@@ -71,6 +106,7 @@ const Target& target() {
 
 std::string target_tag() {
     const Target& t = target();
+    if (t.none()) return "none";
     return t.hardware ? "hw" : "sim." + t.instance;
 }
 
@@ -91,6 +127,7 @@ std::string registry_path() {
     if (!path.empty()) return path;
     const Target& t = target();
     if (t.hardware) return "/var/lib/vexsdk/registry.db";
+    if (t.none()) return "";
     return instance_dir(t.instance) + "/registry.db";
 }
 
@@ -101,11 +138,13 @@ std::string sim_object_prefix(const std::string& instance) {
 std::string shared_object_name(const std::string& what) {
     const Target& t = target();
     if (t.hardware) return "/vexsdk.hw." + what;
+    if (t.none()) return "/vexsdk." + std::to_string(::getuid()) + ".none." + what;
     return sim_object_prefix(t.instance) + what;
 }
 
 std::string volatile_generation() {
     const Target& t = target();
+    if (t.none()) return "";
     const std::string file =
         t.hardware ? "/proc/sys/kernel/random/boot_id" : instance_dir(t.instance) + "/generation";
     std::ifstream in(file);

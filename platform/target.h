@@ -4,6 +4,12 @@
 //   sim            the virtual controller's default instance
 //   sim:<name>     a named virtual controller instance
 //   (unset)        same as sim
+// The words "hw" and "sim" are matched without regard to case; instance
+// names are taken as written. Any other text selects no controller at all:
+// a control program with a typo in its target must not drive a simulation
+// and report success. Such a target is not hardware and names no instance;
+// `problem` says why, and the library connects to nothing (registers
+// float, ports fail to open).
 #pragma once
 
 #include <string>
@@ -13,6 +19,9 @@ namespace vex::plat {
 struct Target {
     bool hardware = false;
     std::string instance;  // virtual controller instance name (sim only)
+    std::string problem;   // non-empty: the text names no controller, and why
+
+    bool none() const { return !problem.empty(); }
 };
 
 // The target chosen by the environment; parsed on first use.
@@ -21,10 +30,13 @@ const Target& target();
 void reload_target();
 // Parses one VEXSDK_TARGET text; false when it names no valid target.
 bool parse_target(const std::string& text, Target& out);
+// Why a VEXSDK_TARGET text names no controller, for logs and tools.
+std::string target_problem(const std::string& text);
 // A valid instance name: 1..48 characters of [A-Za-z0-9_.-], not "." or "..".
 bool valid_instance_name(const std::string& name);
 
-// Short text naming the target in shared-object names: "hw" or "sim.<name>".
+// Short text naming the target in shared-object names: "hw", "sim.<name>",
+// or "none" for an unrecognised target.
 std::string target_tag();
 
 // Directory that holds the virtual controller's instances:
@@ -34,7 +46,8 @@ std::string sim_base_dir();
 std::string instance_dir(const std::string& instance);
 
 // Registry store file of the current target: $VEXSDK_REGISTRY, else
-// /var/lib/vexsdk/registry.db on hw, else <instance dir>/registry.db.
+// /var/lib/vexsdk/registry.db on hw, else <instance dir>/registry.db; ""
+// (no store) for an unrecognised target.
 std::string registry_path();
 
 // Name of a POSIX shared-memory object for this target, e.g. "SHARED" ->

@@ -1,11 +1,21 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build and the tests need, when missing.
-# As root it installs them quietly; otherwise it says what to install.
+# Installs the Debian packages VEXSDK needs, when missing.
+#   scripts/install-deps.sh run     what building and running need (make run)
+#   scripts/install-deps.sh check   that, and what only the tests and
+#                                   benchmarks need (make check)
+# As root it installs them quietly; otherwise it prints the exact list of
+# what is missing and the command to install it, and exits 1.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ clang pkg-config python3 libsqlite3-dev libtomlplusplus-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libmodbus-dev libblkid-dev
-          python3-pytest)
+run_packages=(cmake ninja-build g++ pkg-config python3 libsqlite3-dev libtomlplusplus-dev
+              libcli11-dev libblkid-dev)
+test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libmodbus-dev python3-pytest)
+
+case "${1:-check}" in
+  run) packages=("${run_packages[@]}") ;;
+  check) packages=("${run_packages[@]}" "${test_packages[@]}") ;;
+  *) echo "usage: $0 [run|check]" >&2; exit 2 ;;
+esac
 
 missing=()
 for p in "${packages[@]}"; do

@@ -260,8 +260,11 @@ std::optional<Description> parse_description(const std::string& text, std::strin
     }
     detail::check_serial(r, root, d);
     if (!r.ok()) return std::nullopt;
-    if (!parse_board_description(root, d, error)) return std::nullopt;
-    if (!read_services_description(root, d, error)) return std::nullopt;
+    // These readers give "line:column: what"; the file goes in front.
+    if (!parse_board_description(root, d, error) || !read_services_description(root, d, error)) {
+        if (error) *error = source + ":" + *error;
+        return std::nullopt;
+    }
     return d;
 }
 
@@ -271,9 +274,26 @@ std::optional<Description> load_description_file(const std::string& path, std::s
         if (error) *error = "cannot read " + path;
         return std::nullopt;
     }
-    std::ostringstream buf;
-    buf << in.rdbuf();
-    return parse_description(buf.str(), error, path);
+    // A description is a page or two of text; a file many times larger is
+    // the wrong file, and is refused before it is read into memory.
+    std::string text(kMaxDescriptionBytes + 1, '\0');
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (in.bad()) {
+        if (error) *error = "cannot read " + path;
+        return std::nullopt;
+    }
+    text.resize(static_cast<size_t>(in.gcount()));
+    if (text.size() > kMaxDescriptionBytes) {
+        if (error)
+            *error = path + ": larger than " + std::to_string(kMaxDescriptionBytes / 1024) +
+                     " KiB; not a controller description";
+        return std::nullopt;
+    }
+    if (text.find('\0') != std::string::npos) {
+        if (error) *error = path + ": binary data (a NUL byte); a description is TOML text";
+        return std::nullopt;
+    }
+    return parse_description(text, error, path);
 }
 
 }  // namespace vex::sim

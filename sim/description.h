@@ -158,6 +158,8 @@ std::optional<Description> load_description_file(const std::string& path, std::s
 
 // The built-in default description, as TOML text and parsed.
 const char* default_description_text();
+// Largest description file read (bytes).
+inline constexpr size_t kMaxDescriptionBytes = 1024 * 1024;
 const Description& default_description();
 
 }  // namespace vex::sim

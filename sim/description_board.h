@@ -15,7 +15,7 @@
 
 #include <string>
 
-#include <toml++/toml.h>
+#include "sim/toml.h"
 
 #include "sim/description.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include <toml++/toml.h>
+#include "sim/toml.h"
 
 #include "sim/description.h"
 

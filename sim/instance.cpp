@@ -218,6 +218,10 @@ void Instance::power_up(const Description& d, const SerialPortState* keep_ports)
     ring_link_doorbell(name_);  // the links are as described now: watchers read them again
 }
 
+bool Instance::exists(const std::string& name) {
+    return plat::valid_instance_name(name) && plat::SharedSection::exists(plat::sim_object_prefix(name) + "state");
+}
+
 bool Instance::destroy(const std::string& name) {
     if (!plat::valid_instance_name(name)) return false;
     plat::remove_shared_objects(plat::sim_object_prefix(name));
@@ -232,6 +236,7 @@ void Instance::trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now
     e.offset = offset;
     e.value = value;
     e.kind = kind;
+    e.pid = static_cast<uint32_t>(::getpid());
     state_->trace_next++;
 }
 

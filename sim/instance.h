@@ -27,6 +27,9 @@ public:
     // must not pull the state from under them).
     static std::unique_ptr<Instance> attach(const std::string& name, std::string* error,
                                             bool replace_foreign = true);
+    // True when the named instance has been made (by any program); looks
+    // without creating anything.
+    static bool exists(const std::string& name);
     // Removes an instance completely: its shared memory and its directory.
     static bool destroy(const std::string& name);
     // Powers the instance up again from its description: registers, modules

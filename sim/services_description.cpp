@@ -12,8 +12,11 @@ struct Check {
     std::string* error;
     bool ok = true;
 
-    void fail(const std::string& what) {
-        if (ok && error) *error = what;
+    // "line:column: what"; the caller puts the file name in front.
+    void fail(const toml::node& at, const std::string& what) {
+        if (ok && error)
+            *error = std::to_string(at.source().begin.line) + ":" + std::to_string(at.source().begin.column) + ": " +
+                     what;
         ok = false;
     }
 
@@ -21,7 +24,7 @@ struct Check {
         for (const auto& [key, node] : t) {
             bool known = false;
             for (const char* k : keys) known = known || key.str() == k;
-            if (!known) fail(where + ": unknown key '" + std::string(key.str()) + "'");
+            if (!known) fail(node, where + ": unknown key '" + std::string(key.str()) + "'");
         }
     }
 
@@ -30,12 +33,12 @@ struct Check {
                      size_t max_len, const std::string& where, bool required = false) {
         const toml::node* n = t.get(key);
         if (!n) {
-            if (required) fail(where + ": '" + key + "' is required");
+            if (required) fail(t, where + ": '" + key + "' is required");
             return fallback;
         }
-        auto v = n->value<std::string>();
+        auto v = n->value_exact<std::string>();
         if (!v || v->size() < min_len || v->size() > max_len) {
-            fail(where + ": '" + key + "' must be a text of " + std::to_string(min_len) + " to " +
+            fail(*n, where + ": '" + key + "' must be a text of " + std::to_string(min_len) + " to " +
                  std::to_string(max_len) + " characters");
             return fallback;
         }
@@ -45,8 +48,8 @@ struct Check {
     bool boolean(const toml::table& t, const char* key, bool fallback, const std::string& where) {
         const toml::node* n = t.get(key);
         if (!n) return fallback;
-        auto v = n->value<bool>();
-        if (!v) fail(where + ": '" + key + "' must be true or false");
+        auto v = n->value_exact<bool>();
+        if (!v) fail(*n, where + ": '" + key + "' must be true or false");
         return v.value_or(fallback);
     }
 };
@@ -67,7 +70,7 @@ void read_card(Check& c, const toml::table& t, Description& d) {
     if (!parts) return;
     const toml::array* list = parts->as_array();
     if (!list) {
-        c.fail(where + ": 'partition' must be an array of tables ([[card.partition]])");
+        c.fail(*parts, where + ": 'partition' must be an array of tables ([[card.partition]])");
         return;
     }
     std::set<std::string> names;
@@ -75,21 +78,21 @@ void read_card(Check& c, const toml::table& t, Description& d) {
         const toml::table* p = n.as_table();
         const std::string pw = "[[card.partition]] " + std::to_string(d.card.partitions.size() + 1);
         if (!p) {
-            c.fail(pw + ": must be a table");
+            c.fail(n, pw + ": must be a table");
             return;
         }
         c.only_keys(*p, {"name", "file_system", "label", "contents"}, pw);
         CardPartitionDescription part;
         part.name = c.text(*p, "name", "", 1, kCardText - 1, pw, true);
-        if (!part.name.empty() && !plain_name(part.name)) c.fail(pw + ": 'name' must not contain '/' or spaces");
-        if (!names.insert(part.name).second) c.fail(pw + ": partition '" + part.name + "' described twice");
+        if (!part.name.empty() && !plain_name(part.name)) c.fail(*p, pw + ": 'name' must not contain '/' or spaces");
+        if (!names.insert(part.name).second) c.fail(*p, pw + ": partition '" + part.name + "' described twice");
         part.file_system = c.text(*p, "file_system", "", 0, kCardText - 1, pw);
         part.label = c.text(*p, "label", "", 0, kCardText - 1, pw);
         part.contents = c.text(*p, "contents", "card-" + part.name, 1, kCardPath - 1, pw);
         d.card.partitions.push_back(part);
     }
     if (d.card.partitions.size() > static_cast<size_t>(kCardPartitions))
-        c.fail(where + ": at most " + std::to_string(kCardPartitions) + " partitions");
+        c.fail(*parts, where + ": at most " + std::to_string(kCardPartitions) + " partitions");
 }
 
 void read_links(Check& c, const toml::array& list, Description& d) {
@@ -98,19 +101,19 @@ void read_links(Check& c, const toml::array& list, Description& d) {
         const std::string where = "[[link]] " + std::to_string(d.links.size() + 1);
         const toml::table* t = n.as_table();
         if (!t) {
-            c.fail(where + ": must be a table");
+            c.fail(n, where + ": must be a table");
             return;
         }
         c.only_keys(*t, {"interface", "up"}, where);
         LinkDescription l;
         l.interface = c.text(*t, "interface", "", 1, kLinkName - 1, where, true);
         if (!l.interface.empty() && !plain_name(l.interface))
-            c.fail(where + ": 'interface' must not contain '/' or spaces");
-        if (!names.insert(l.interface).second) c.fail(where + ": interface '" + l.interface + "' described twice");
+            c.fail(*t, where + ": 'interface' must not contain '/' or spaces");
+        if (!names.insert(l.interface).second) c.fail(*t, where + ": interface '" + l.interface + "' described twice");
         l.up = c.boolean(*t, "up", false, where);
         d.links.push_back(l);
     }
-    if (d.links.size() > static_cast<size_t>(kLinks)) c.fail("[[link]]: at most " + std::to_string(kLinks) + " adapters");
+    if (d.links.size() > static_cast<size_t>(kLinks)) c.fail(list, "[[link]]: at most " + std::to_string(kLinks) + " adapters");
 }
 
 }  // namespace
@@ -121,13 +124,13 @@ bool read_services_description(const toml::table& root, Description& d, std::str
         if (const toml::table* t = card->as_table())
             read_card(c, *t, d);
         else
-            c.fail("[card] must be a table");
+            c.fail(*card, "[card] must be a table");
     }
     if (const toml::node* links = root.get("link")) {
         if (const toml::array* list = links->as_array())
             read_links(c, *list, d);
         else
-            c.fail("'link' must be an array of tables ([[link]])");
+            c.fail(*links, "'link' must be an array of tables ([[link]])");
     }
     return c.ok;
 }

@@ -19,7 +19,7 @@
 
 #include <string>
 
-#include <toml++/toml.h>
+#include "sim/toml.h"
 
 #include "sim/description.h"
 

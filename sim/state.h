@@ -15,7 +15,7 @@
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 6;
+inline constexpr uint32_t kStateLayout = 7;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -67,7 +67,10 @@ struct TraceEntry {
     uint16_t value;
     uint8_t kind;           // 1 = byte write, 2 = word write; 0x10.. services' events (sim/services_state.h)
     uint8_t pad;
+    uint32_t pid;           // the process that wrote or caused it
+    uint32_t pad2;
 };
+static_assert(sizeof(TraceEntry) == 24);
 inline constexpr uint32_t kTraceEntries = 256;
 
 // One of the controller's own COM ports (the internal backplane port and the

@@ -43,6 +43,13 @@ SharedSection::~SharedSection() { section_calls().munmap(data_, size_); }
 
 bool SharedSection::remove(const std::string& name) { return ::shm_unlink(name.c_str()) == 0; }
 
+bool SharedSection::exists(const std::string& name) {
+    const int fd = ::shm_open(name.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    if (fd < 0) return errno == EACCES;  // there, but not ours to read
+    ::close(fd);
+    return true;
+}
+
 int remove_shared_objects(const std::string& prefix) {
     // POSIX shared memory objects are files of /dev/shm on Linux.
     if (prefix.size() < 2 || prefix[0] != '/') return 0;

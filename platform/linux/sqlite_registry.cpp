@@ -264,6 +264,7 @@ struct Store::Impl {
     void open() {
         if (db && owner != ::getpid()) close();  // inherited: dropped, not closed
         if (db) return;
+        if (path.empty()) throw SqlError{SQLITE_CANTOPEN};  // no controller, no store
         std::error_code ec;
         const std::filesystem::path parent = std::filesystem::path(path).parent_path();
         if (!parent.empty()) std::filesystem::create_directories(parent, ec);

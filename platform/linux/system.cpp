@@ -2,6 +2,7 @@
 
 #include <sched.h>
 #include <sys/syscall.h>
+#include <syslog.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -43,6 +44,12 @@ std::string executable_path() {
 std::string env(const char* name) {
     const char* v = std::getenv(name);
     return v ? std::string(v) : std::string();
+}
+
+void log_problem(const std::string& text) {
+    // LOG_PID without openlog(): the process's own syslog identity stays as
+    // the program set it.
+    ::syslog(LOG_USER | LOG_WARNING, "vexsdk: %s", text.c_str());
 }
 
 }  // namespace vex::plat

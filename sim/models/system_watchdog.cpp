@@ -19,6 +19,8 @@
 // at which the watchdog bites, and every access to the controller first
 // applies the resets that are due, at the time they were due. So the reset
 // is exact whichever process looks next, and `advance` runs it out at once.
+#include <unistd.h>
+
 #include <cstring>
 #include <fstream>
 #include <random>
@@ -214,6 +216,7 @@ void trace_event(State& s, uint8_t kind, uint32_t offset, uint16_t value, uint64
     e.offset = offset;
     e.value = value;
     e.kind = kind;
+    e.pid = static_cast<uint32_t>(::getpid());
     s.trace_next++;
 }
 

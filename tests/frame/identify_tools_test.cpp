@@ -50,7 +50,7 @@ TEST_F(IdentifyTools, PlugsModulesByCatalogueName) {
     char name[VEX_MODULE_NAME_SIZE] = {};
     vex_GetModuleName(6, name);
     EXPECT_STREQ(name, "8016H");
-    r = run_vexsim({"plug", "6", "--module", "PX-MOTION"});
+    r = run_vexsim({"plug", "6", "--module", "PX-MOTION", "--replace"});
     ASSERT_EQ(r.status, 0) << r.output;
     vex_GetModuleName(6, name);
     EXPECT_STREQ(name, "PX-MOTION");

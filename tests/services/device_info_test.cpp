@@ -157,9 +157,9 @@ TEST_F(DeviceInfo, LibraryVersionAndNullBuffers) {
 TEST_F(DeviceInfo, VexctlDeviceJsonReportsTheSameFacts) {
     auto r = vex::test::run_vexctl({"device", "--json"});
     ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_NE(r.output.find("\"serial_number_valid\": true"), std::string::npos) << r.output;
-    EXPECT_NE(r.output.find("\"rotary_switch\": 9"), std::string::npos) << r.output;
-    EXPECT_NE(r.output.find("\"battery2_ok\": false"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("\"serial_number_valid\":true"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("\"rotary_switch\":9"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("\"battery2_ok\":false"), std::string::npos) << r.output;
 }
 
 class SingleSlotDevice : public vex::test::SimFixture {

@@ -42,7 +42,7 @@ TEST_F(MemoryTools, DevicePrintsTheDefaultControllersIdentity) {
     r = run_vexctl({"device", "--json"});
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(has(r.output, "could not be read")) << r.output;
-    EXPECT_TRUE(has(r.output, "\"factory_record_readable\": false")) << r.output;
+    EXPECT_TRUE(has(r.output, "\"factory_record_readable\":false")) << r.output;
 }
 
 TEST_F(MemoryTools, MemReadWriteAndDump) {

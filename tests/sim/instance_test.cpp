@@ -88,7 +88,8 @@ TEST_F(SimInstance, ShowAndTraceFromAnotherProcess) {
     EXPECT_NE(r.output.find("slot3  4308 at address 00"), std::string::npos) << r.output;
     EXPECT_NE(r.output.find("slot select 0xFB"), std::string::npos);
     r = vex::test::run_vexsim({"trace", "-n", "1"});
-    EXPECT_NE(r.output.find("0x9004 <- 0xFB"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("backplane SLOT_SELECT <- 0xFB"), std::string::npos) << r.output;
+    EXPECT_NE(r.output.find("pid " + std::to_string(::getpid())), std::string::npos) << r.output;
 }
 
 TEST(SimInstanceNames, InvalidNamesAreRefused) {
@@ -104,6 +105,16 @@ TEST(SimInstanceNames, InvalidNamesAreRefused) {
     EXPECT_TRUE(t.hardware);
     EXPECT_FALSE(vex::plat::parse_target("sim:", t));
     EXPECT_FALSE(vex::plat::parse_target("hardware", t));
+    // The words in any case; the instance name exactly as written.
+    EXPECT_TRUE(vex::plat::parse_target("HW", t));
+    EXPECT_TRUE(t.hardware);
+    EXPECT_TRUE(vex::plat::parse_target("Sim:Bench1", t));
+    EXPECT_EQ(t.instance, "Bench1");
+    for (const char* bad : {"simulator", "sim:../x", "hw ", " sim", "sim:a/b"}) {
+        EXPECT_FALSE(vex::plat::parse_target(bad, t)) << bad;
+        EXPECT_NE(vex::plat::target_problem(bad).find("is not recognised"), std::string::npos);
+    }
+    EXPECT_NE(vex::plat::target_problem(std::string("x\xff\n", 3)).find("x\\xFF\\x0A"), std::string::npos);
 }
 
 }  // namespace

@@ -55,6 +55,38 @@ float parse_real(const std::string& text, const char* what) {
     return v;
 }
 
+std::string escape_text(const std::string& text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        switch (c) {
+        case '\\': out += "\\\\"; continue;
+        case '"': out += "\\\""; continue;
+        case '\n': out += "\\n"; continue;
+        case '\r': out += "\\r"; continue;
+        case '\t': out += "\\t"; continue;
+        default: break;
+        }
+        if (c >= 0x20 && c < 0x7F) {
+            out += static_cast<char>(c);
+            continue;
+        }
+        // A valid multi-byte UTF-8 sequence passes; anything else is shown.
+        size_t n = c >= 0xC2 && c <= 0xDF ? 2 : c >= 0xE0 && c <= 0xEF ? 3 : c >= 0xF0 && c <= 0xF4 ? 4 : 0;
+        for (size_t k = 1; n && k < n; ++k)
+            if (i + k >= text.size() || (static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) n = 0;
+        if (n) {
+            out.append(text, i, n);
+            i += n - 1;
+            continue;
+        }
+        char hex[8];
+        std::snprintf(hex, sizeof hex, "\\x%02X", c);
+        out += hex;
+    }
+    return out;
+}
+
 std::string error_text(uint32_t code) {
     wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
     vex_GetErrorMessage(code, message);

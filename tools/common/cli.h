@@ -26,6 +26,10 @@ int64_t parse_signed(const std::string& text, const char* what, int64_t min, int
 // A decimal number with an optional sign and point ("-2.5").
 float parse_real(const std::string& text, const char* what);
 
+// Text made safe for a terminal: \\, \", \n, \r, \t and \xNN for other
+// control bytes and for bytes that are not valid UTF-8.
+std::string escape_text(const std::string& text);
+
 // "error 0x14002: Uart read timeout"
 std::string error_text(uint32_t code);
 

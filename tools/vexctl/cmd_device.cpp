@@ -8,6 +8,7 @@
 
 #include "platform/text_codec.h"
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
@@ -104,37 +105,28 @@ void print_text(const Facts& f) {
 }
 
 void print_json(const Facts& f) {
-    // Every value is digits, letters, '/', ':', '.' or ' ': nothing to escape.
-    std::printf("{\n");
-    std::printf("  \"serial_number\": \"%s\",\n  \"serial_number_valid\": %s,\n", f.serial.c_str(),
-                serial_valid(f) ? "true" : "false");
-    std::printf("  \"cpu_version\": \"%s\",\n", f.cpu.c_str());
-    std::printf("  \"os_version\": \"%s\",\n  \"os_build\": \"%s\",\n", f.os.c_str(), f.os_build.c_str());
-    std::printf("  \"eboot_version\": \"%s\",\n  \"eboot_build\": \"%s\",\n", f.eboot.c_str(),
-                f.eboot_build.c_str());
-    std::printf("  \"mac1\": \"%s\",\n  \"mac2\": \"%s\",\n", mac_text(f.mac1).c_str(), mac_text(f.mac2).c_str());
-    std::printf("  \"rotary_switch\": %d,\n", f.rotary);
+    vex::tools::Json j;
+    j.open_object().field("serial_number", f.serial).field("serial_number_valid", serial_valid(f));
+    j.field("cpu_version", f.cpu).field("os_version", f.os).field("os_build", f.os_build);
+    j.field("eboot_version", f.eboot).field("eboot_build", f.eboot_build);
+    j.field("mac1", mac_text(f.mac1)).field("mac2", mac_text(f.mac2)).field("rotary_switch", f.rotary);
     if (f.battery_known)
-        std::printf("  \"battery1_ok\": %s,\n  \"battery2_ok\": %s,\n", f.battery[0] ? "true" : "false",
-                    f.battery[1] ? "true" : "false");
+        j.field("battery1_ok", f.battery[0] != 0).field("battery2_ok", f.battery[1] != 0);
     else
-        std::printf("  \"battery1_ok\": null,\n  \"battery2_ok\": null,\n");
-    std::printf("  \"factory_record_readable\": %s,\n", f.record_error ? "false" : "true");
-    std::printf("  \"sdk_version\": \"%s\"\n}\n", f.sdk.c_str());
+        j.key("battery1_ok").null().key("battery2_ok").null();
+    j.field("factory_record_readable", !f.record_error).field("sdk_version", f.sdk).close().print();
 }
 
 }  // namespace
 
 void register_device_commands(CLI::App& app) {
-    static bool json = false;
     CLI::App* device = app.add_subcommand("device", "Show the controller's identity: versions, serial, MACs, ...");
-    device->add_flag("--json", json, "Print JSON");
     device->callback([] {
         const Facts f = gather();
         if (f.record_error)
             std::fprintf(stderr, "vexctl: warning: the factory record could not be read (%s)\n",
                          error_text(f.record_error).c_str());
-        json ? print_json(f) : print_text(f);
+        vex::tools::json_output() ? print_json(f) : print_text(f);
         std::exit(0);
     });
 

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "io/output_values.h"
+#include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
@@ -18,11 +20,7 @@ constexpr uint32_t kRegCapability = 0x0E;
 constexpr uint32_t kRegTimeout = 0x1E;
 constexpr uint8_t kCapWatchdog = 0x20;
 
-// Exit codes: 1 = the controller refused or cannot, 2 = bad command line.
-[[noreturn]] void fail(int code, const std::string& message) {
-    std::fprintf(stderr, "vexctl: %s\n", message.c_str());
-    std::exit(code);
-}
+using vex::tools::fail;
 
 std::string hex(uint32_t v, int digits) {
     char buf[16];
@@ -30,14 +28,7 @@ std::string hex(uint32_t v, int digits) {
     return buf;
 }
 
-uint32_t parse_number(const std::string& text, const char* what) {
-    char* end = nullptr;
-    errno = 0;
-    const unsigned long long v = std::strtoull(text.c_str(), &end, 0);
-    if (text.empty() || text[0] == '-' || *end != '\0' || errno != 0 || v > 0xFFFFFFFFull)
-        fail(2, std::string(what) + " must be a number from 0 to 0xFFFFFFFF (decimal or 0x hex), not '" + text + "'");
-    return static_cast<uint32_t>(v);
-}
+uint32_t parse_number(const std::string& text, const char* what) { return vex::tools::parse_number(text, what); }
 
 // The slot, once it is known to hold a parallel-bus module; otherwise the
 // command ends here saying what is wrong.
@@ -73,13 +64,29 @@ const char* source_name(int16_t code) {
     }
 }
 
-void warn_if_held(uint32_t slot) {
+// A module whose watchdog has expired holds its outputs at the safe value
+// and ignores the write: that is a refusal, not a success.
+void fail_if_held(uint32_t slot) {
     if (!(_vex_slot_inp(slot, kRegCapability) & kCapWatchdog)) return;
     if (vex_GetModuleWDTStatus(0, static_cast<int32_t>(slot)))
-        std::fprintf(stderr,
-                     "vexctl: note: the watchdog of slot %u has expired; the module holds its outputs at the "
-                     "safe value until 'vexctl wdt %u reset' and a new write\n",
-                     slot, slot);
+        fail(vex::tools::kExitFailed, "the watchdog of slot " + std::to_string(slot) +
+                                          " has expired: the module holds its outputs at the safe value until "
+                                          "'vexctl wdt " + std::to_string(slot) + " reset' and a new write");
+}
+
+void check_channels(int32_t channels) {
+    if (channels < 1 || channels > 32)
+        fail(vex::tools::kExitUsage, "-n must be a channel count from 1 to 32, not " + std::to_string(channels));
+}
+
+int print_lines(uint32_t slot, int32_t channels, uint32_t value) {
+    if (vex::tools::json_output()) {
+        vex::tools::Json j;
+        j.open_object().field("slot", slot).field("channels", channels).field("value", value).close().print();
+        return 0;
+    }
+    std::printf("0x%08X\n", value);
+    return 0;
 }
 
 // ---- di / do ----
@@ -94,35 +101,41 @@ struct IoOptions {
 };
 
 int run_di(const IoOptions& o) {
+    check_channels(o.channels);
     const uint32_t slot = bus_module_slot(o.slot);
-    std::printf("0x%08X\n", _vex_ReadDI(slot, o.channels));
-    return 0;
+    return print_lines(slot, o.channels, _vex_ReadDI(slot, o.channels));
 }
 
 int write_outputs(uint32_t slot, int32_t channels, uint32_t value) {
+    if (channels < 32 && (value >> channels) != 0)
+        fail(vex::tools::kExitUsage, "VALUE " + hex(value, 2) + " is wider than the module's " +
+                                         std::to_string(channels) + " output channels");
+    fail_if_held(slot);
     vex_ClearLastError();
     if (!_vex_WriteDO(slot, channels, value)) {
         if (vex_GetLastError() == VEX_ERR_INVALID_SLOT) fail(1, "slot " + std::to_string(slot) + " is not a valid slot");
         fail(1, "the library writes 4, 5, 6, 8, 16 or 32 output channels, not " + std::to_string(channels));
     }
-    warn_if_held(slot);
+    fail_if_held(slot);
     return 0;
 }
 
 int run_do(const IoOptions& o, bool bit_given) {
+    check_channels(o.channels);
     const uint32_t slot = bus_module_slot(o.slot);
     if (bit_given) {
         if (o.on == o.off) fail(2, "--bit needs exactly one of --on or --off");
         if (!o.value.empty()) fail(2, "give either VALUE or --bit, not both");
-        if (o.bit >= 32) fail(2, "--bit must be a channel from 0 to 31, not " + std::to_string(o.bit));
+        if (o.bit >= static_cast<uint32_t>(o.channels))
+            fail(2, "--bit must be a channel from 0 to " + std::to_string(o.channels - 1) + ", not " +
+                        std::to_string(o.bit));
         const uint32_t current = _vex_ReadDO(slot, o.channels);
         const uint32_t mask = 1u << o.bit;
         return write_outputs(slot, o.channels, o.on ? (current | mask) : (current & ~mask));
     }
     if (o.on || o.off) fail(2, "--on and --off go with --bit");
     if (!o.value.empty()) return write_outputs(slot, o.channels, parse_number(o.value, "VALUE"));
-    std::printf("0x%08X\n", _vex_ReadDO(slot, o.channels));
-    return 0;
+    return print_lines(slot, o.channels, _vex_ReadDO(slot, o.channels));
 }
 
 // ---- wdt ----

@@ -1,7 +1,7 @@
 // vexctl reg: read, write, list and delete registry keys and values of the
 // target, through the same exports applications use.
 //
-//   vexctl reg get PATH                   print a value
+//   vexctl reg get PATH [--raw]           print a value (strings escaped)
 //   vexctl reg set PATH VALUE [--dword]   store a string (or a number)
 //   vexctl reg ls KEYPATH                 list subkeys, then values
 //   vexctl reg rm PATH [--key]            delete a value (or a whole key)
@@ -14,6 +14,8 @@
 #include <string>
 
 #include "platform/text_codec.h"
+#include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
@@ -60,33 +62,78 @@ bool parse_dword(const std::string& text, uint32_t& out) {
 
 enum class Shown { Printed, OtherType, Failed };
 
-// Prints one value as "TYPE data"; tries a string first, then a number.
-Shown show_value(const std::wstring& path, uint32_t& error) {
+struct Value {
+    Shown shown = Shown::Failed;
+    bool number = false;
+    std::string text;   // REG_SZ, as UTF-8
+    uint32_t dword = 0; // REG_DWORD
+};
+
+// Reads one value: a string first, then a number.
+Value read_value(const std::wstring& path, uint32_t& error) {
+    Value v;
     wchar_t text[1024];
     if (vex_RegGetString(path.c_str(), text, sizeof text)) {
-        std::printf("REG_SZ     \"%s\"\n", narrow(text).c_str());
-        return Shown::Printed;
+        v.shown = Shown::Printed;
+        v.text = narrow(text);
+        return v;
     }
     error = vex_GetLastError();
-    if (error != VEX_REG_UNSUPPORTED_TYPE) return Shown::Failed;
+    if (error != VEX_REG_UNSUPPORTED_TYPE) return v;
     const uint32_t number = vex_RegGetDWORD(path.c_str());
     error = vex_GetLastError();
     if (error == VEX_REG_SUCCESS) {
-        std::printf("REG_DWORD  %u (0x%08X)\n", number, number);
-        return Shown::Printed;
+        v.shown = Shown::Printed;
+        v.number = true;
+        v.dword = number;
+        return v;
     }
-    if (error != VEX_REG_UNSUPPORTED_TYPE) return Shown::Failed;
-    std::printf("(a type vexctl cannot show)\n");
-    return Shown::OtherType;
+    if (error == VEX_REG_UNSUPPORTED_TYPE) v.shown = Shown::OtherType;
+    return v;
+}
+
+bool g_raw = false;  // reg get --raw: the string as stored, no quotes or escapes
+
+// "TYPE data"; a string is quoted with its control characters, quotes and
+// backslashes escaped, so what a terminal shows is what is stored.
+void print_value(const Value& v) {
+    if (v.shown == Shown::OtherType) {
+        std::printf("(a type vexctl cannot show)\n");
+    } else if (v.number) {
+        std::printf("REG_DWORD  %u (0x%08X)\n", v.dword, v.dword);
+    } else if (g_raw) {
+        std::fwrite(v.text.data(), 1, v.text.size(), stdout);
+        std::fputc('\n', stdout);
+    } else {
+        std::printf("REG_SZ     \"%s\"\n", vex::tools::escape_text(v.text).c_str());
+    }
+}
+
+void json_value(vex::tools::Json& j, const Value& v) {
+    if (v.shown == Shown::OtherType)
+        j.key("type").null().key("value").null();
+    else if (v.number)
+        j.field("type", "REG_DWORD").field("value", v.dword);
+    else
+        j.field("type", "REG_SZ").field("value", v.text);
 }
 
 void run_get(const std::string& path) {
     uint32_t error = 0;
-    if (show_value(wide(path), error) == Shown::Failed) {
+    const Value v = read_value(wide(path), error);
+    if (v.shown == Shown::Failed) {
         if (error == VEX_REG_FILE_NOT_FOUND && vex_RegGetKeyInfo(wide(path).c_str()) == VEX_REG_INFO_KEY)
             std::fprintf(stderr, "vexctl reg: %s is a key; list it with 'vexctl reg ls'\n", path.c_str());
         fail("get " + path, error);
     }
+    if (vex::tools::json_output()) {
+        vex::tools::Json j;
+        j.open_object().field("path", path);
+        json_value(j, v);
+        j.close().print();
+        return;
+    }
+    print_value(v);
 }
 
 void run_set(const std::string& path, const std::string& value, bool dword) {
@@ -114,16 +161,37 @@ void run_ls(std::string path) {
     vex_RegCountKey(key.c_str());  // tells whether the key exists at all
     if (const uint32_t error = vex_GetLastError()) fail("ls " + path, error);
 
+    const bool json = vex::tools::json_output();
+    vex::tools::Json j;
+    if (json) j.open_object().field("key", path).key("subkeys").open_array();
     wchar_t name[VEX_REG_NAME_SIZE];
-    for (uint32_t i = 0; vex_RegGetKeyByIndex(key.c_str(), i, name); ++i)
-        std::printf("%-40s [key]\n", (narrow(name) + "\\").c_str());
-    for (uint32_t i = 0; vex_RegGetValueByIndex(key.c_str(), i, name); ++i) {
-        const std::string shown = name[0] ? narrow(name) : "(default)";
-        std::printf("%-40s ", shown.c_str());
-        uint32_t error = 0;
-        if (show_value(key + L"\\" + name, error) == Shown::Failed)
-            std::printf("(unreadable: error %u: %s)\n", error, describe(error));
+    for (uint32_t i = 0; vex_RegGetKeyByIndex(key.c_str(), i, name); ++i) {
+        if (json)
+            j.value(narrow(name));
+        else
+            std::printf("%-40s [key]\n", vex::tools::escape_text(narrow(name) + "\\").c_str());
     }
+    if (json) j.close().key("values").open_array();
+    for (uint32_t i = 0; vex_RegGetValueByIndex(key.c_str(), i, name); ++i) {
+        uint32_t error = 0;
+        const Value v = read_value(key + L"\\" + name, error);
+        if (json) {
+            j.open_object().field("name", narrow(name));
+            if (v.shown == Shown::Failed)
+                j.key("type").null().key("value").null().field("error", error);
+            else
+                json_value(j, v);
+            j.close();
+            continue;
+        }
+        const std::string shown = name[0] ? vex::tools::escape_text(narrow(name)) : "(default)";
+        std::printf("%-40s ", shown.c_str());
+        if (v.shown == Shown::Failed)
+            std::printf("(unreadable: error %u: %s)\n", error, describe(error));
+        else
+            print_value(v);
+    }
+    if (json) j.close().close().print();
 }
 
 void run_rm(const std::string& path, bool key) {
@@ -148,6 +216,7 @@ void register_reg_command(CLI::App& app) {
 
     CLI::App* get = reg->add_subcommand("get", "Print a value");
     get->add_option("PATH", args.path, "Full value path")->required();
+    get->add_flag("--raw", g_raw, "Print a string as stored: no quotes, no escapes");
     get->callback([] { run_get(args.path); });
 
     CLI::App* set = reg->add_subcommand("set", "Store a value (a string unless --dword)");

@@ -22,6 +22,27 @@ struct PlugOptions {
 
 bool valid_channels(unsigned n) { return n == 0 || n == 4 || n == 8 || n == 16 || n == 32; }
 
+// What a slot holds now: its kind, and a bus module's input channels
+// (-1 when the slot does not exist on this controller).
+struct SlotFacts {
+    int kind = -1;
+    int di_channels = 0;
+};
+
+SlotFacts slot_facts(vex::sim::Instance& i, unsigned slot) {
+    return i.with_lock([&](vex::sim::State& s) {
+        SlotFacts f;
+        const unsigned count = s.slot_count_code == 7 ? 8u : s.slot_count_code;
+        if (slot >= count || slot >= static_cast<unsigned>(vex::sim::kSlots)) return f;
+        f.kind = s.slots[slot].kind;
+        f.di_channels = s.slots[slot].parallel.di_channels;
+        return f;
+    });
+}
+
+constexpr int kEmpty = static_cast<int>(vex::sim::ModuleKind::Empty);
+constexpr int kParallel = static_cast<int>(vex::sim::ModuleKind::Parallel);
+
 }  // namespace
 
 void register_control_commands(CLI::App& app) {
@@ -46,8 +67,15 @@ void register_control_commands(CLI::App& app) {
     si->add_option("slot", slot, "Slot")->required();
     si->add_option("value", lines, "Input lines, e.g. 0x8001")->required();
     si->callback([] {
+        const uint32_t value = parse_number_or_exit(lines, "the inputs", 0xFFFFFFFF);
         auto i = attach_or_exit(inst.resolve());
-        if (!i->set_inputs(static_cast<int>(slot), parse_number_or_exit(lines, "the inputs", 0xFFFFFFFF))) {
+        const SlotFacts f = slot_facts(*i, slot);
+        if (f.kind == kParallel && f.di_channels > 0 && f.di_channels < 32 && (value >> f.di_channels) != 0) {
+            std::fprintf(stderr, "vexsim: 0x%X is wider than the %d input channels of the module in slot %u\n", value,
+                         f.di_channels, slot);
+            std::exit(2);
+        }
+        if (!i->set_inputs(static_cast<int>(slot), value)) {
             std::fprintf(stderr, "vexsim: slot %u holds no module with inputs\n", slot);
             std::exit(1);
         }
@@ -83,6 +111,7 @@ void register_control_commands(CLI::App& app) {
 
     static PlugOptions plug;
     static unsigned plug_slot = 0;
+    static bool replace = false;
     CLI::App* p = app.add_subcommand("plug", "Plug a module into a slot");
     inst.add_to(p);
     p->add_option("slot", plug_slot, "Slot")->required();
@@ -100,6 +129,7 @@ void register_control_commands(CLI::App& app) {
         ->excludes("--do")
         ->excludes("--readback")
         ->excludes("--watchdog");
+    p->add_flag("--replace", replace, "Replace the module the slot holds (without it an occupied slot is refused)");
     p->callback([] {
         if (!valid_channels(plug.di) || !valid_channels(plug.dout) || plug.version > 31) {
             std::fprintf(stderr, "vexsim: channel counts are 0, 4, 8, 16 or 32; versions 0..31\n");
@@ -134,6 +164,12 @@ void register_control_commands(CLI::App& app) {
             d.version = static_cast<uint8_t>(plug.version);
         }
         auto i = attach_or_exit(inst.resolve());
+        const SlotFacts f = slot_facts(*i, plug_slot);
+        if (f.kind != kEmpty && f.kind >= 0 && !replace) {
+            std::fprintf(stderr, "vexsim: slot %u already holds a module; unplug it first or give --replace\n",
+                         plug_slot);
+            std::exit(1);
+        }
         if (!i->plug(static_cast<int>(plug_slot), d)) {
             std::fprintf(stderr, "vexsim: slot %u does not exist on this controller\n", plug_slot);
             std::exit(1);
@@ -147,6 +183,10 @@ void register_control_commands(CLI::App& app) {
     u->add_option("slot", unplug_slot, "Slot")->required();
     u->callback([] {
         auto i = attach_or_exit(inst.resolve());
+        if (slot_facts(*i, unplug_slot).kind == kEmpty) {
+            std::fprintf(stderr, "vexsim: slot %u is empty; nothing to unplug\n", unplug_slot);
+            std::exit(1);
+        }
         if (!i->unplug(static_cast<int>(unplug_slot))) {
             std::fprintf(stderr, "vexsim: no slot %u\n", unplug_slot);
             std::exit(1);

@@ -69,6 +69,10 @@ void register_lifecycle_commands(CLI::App& app) {
     inst.add_to(d);
     d->callback([] {
         const std::string name = inst.resolve();
+        if (!vex::sim::Instance::exists(name) && !std::filesystem::exists(vex::plat::instance_dir(name))) {
+            std::fprintf(stderr, "vexsim: instance '%s' does not exist\n", name.c_str());
+            std::exit(1);
+        }
         if (vex::sim::Host::host_pid(name) != 0) {
             std::fprintf(stderr, "vexsim: instance '%s' is hosted; stop its host first\n", name.c_str());
             std::exit(1);

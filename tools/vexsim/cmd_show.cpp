@@ -1,4 +1,4 @@
-// vexsim show / trace.
+// vexsim show.
 #include <algorithm>
 #include <cstdio>
 #include <string>
@@ -11,6 +11,7 @@
 #include "sim/models/models.h"
 #include "sim/serial_modules/control.h"
 #include "sim/serial_modules/describe.h"
+#include "tools/common/json.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
@@ -116,10 +117,18 @@ const char* host_text(const std::string& name, std::string& buf) {
 }
 
 int show(const std::string& name) {
-    auto inst = attach_or_exit(name);
+    auto inst = attach_existing_or_exit(name);
     inst->advance(0);  // a system watchdog that ran out resets the controller first
     inst->with_lock([&](vex::sim::State& s) {
         const int count = s.slot_count_code == 7 ? 8 : s.slot_count_code;
+        if (vex::tools::json_output()) {
+            const uint64_t now = inst->now_ns();
+            for (int i = 0; i < count; ++i)
+                if (s.slots[i].kind == static_cast<uint8_t>(vex::sim::ModuleKind::Parallel))
+                    vex::sim::models::parallel_advance(s, i, now);
+            show_json(name, vex::sim::Host::host_pid(name), s);
+            return 0;
+        }
         std::string host;
         std::printf("instance %s (%s)\n", s.instance, vex::plat::instance_dir(name).c_str());
         std::printf("  host: %s\n", host_text(name, host));
@@ -144,42 +153,6 @@ int show(const std::string& name) {
     return 0;
 }
 
-// Register writes and serial exchanges, merged by time, the latest `last`.
-int trace(const std::string& name, unsigned last) {
-    auto inst = attach_or_exit(name);
-    inst->with_lock([&](vex::sim::State& s) {
-        struct Line {
-            uint64_t when;
-            std::string text;
-        };
-        std::vector<Line> lines;
-        const uint32_t writes = std::min<uint32_t>({s.trace_next, vex::sim::kTraceEntries, last});
-        for (uint32_t k = s.trace_next - writes; k < s.trace_next; ++k) {
-            const vex::sim::TraceEntry& e = s.trace[k % vex::sim::kTraceEntries];
-            char buf[96];
-            if (!describe_service_event(e, buf, sizeof buf))
-                std::snprintf(buf, sizeof buf, "write%s 0x%04X <- 0x%0*X", e.kind == 2 ? "16" : "8 ", e.offset,
-                              e.kind == 2 ? 4 : 2, e.value);
-            lines.push_back({e.when_ns, buf});
-        }
-        const vex::sim::SerialBusState& b = s.serial;
-        const uint32_t exchanges =
-            std::min<uint32_t>({b.trace_next, static_cast<uint32_t>(vex::sim::kSerialTraceEntries), last});
-        for (uint32_t k = b.trace_next - exchanges; k < b.trace_next; ++k) {
-            const vex::sim::SerialTraceEntry& e = b.trace[k % vex::sim::kSerialTraceEntries];
-            lines.push_back({e.when_ns, "serial " + vex::sim::serial::describe_exchange(s, e)});
-        }
-        std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& c) { return a.when < c.when; });
-        const size_t from = lines.size() > last ? lines.size() - last : 0;
-        for (size_t i = from; i < lines.size(); ++i)
-            // Signed: entries from before a watchdog reset precede the new epoch.
-            std::printf("%12.6f  %s\n", static_cast<double>(static_cast<int64_t>(lines[i].when - s.epoch_ns)) / 1e9,
-                        lines[i].text.c_str());
-        return 0;
-    });
-    return 0;
-}
-
 }  // namespace
 
 void register_show_commands(CLI::App& app) {
@@ -187,10 +160,4 @@ void register_show_commands(CLI::App& app) {
     CLI::App* s = app.add_subcommand("show", "Show the instance's state");
     inst.add_to(s);
     s->callback([] { std::exit(show(inst.resolve())); });
-
-    static unsigned last = 32;
-    CLI::App* t = app.add_subcommand("trace", "Show the latest register writes, serial exchanges and panel, watchdog, card and link events");
-    inst.add_to(t);
-    t->add_option("-n,--last", last, "How many entries");
-    t->callback([] { std::exit(trace(inst.resolve(), last)); });
 }

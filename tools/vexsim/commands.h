@@ -10,17 +10,24 @@
 // The instance named by --instance, else by VEXSDK_TARGET, else "default".
 struct InstanceOption {
     std::string name;
+    bool given = false;  // -i was on the command line (even as -i '')
     void add_to(CLI::App* cmd);
     std::string resolve() const;
 };
 
 // Attaches to the instance or exits with a message.
 std::unique_ptr<vex::sim::Instance> attach_or_exit(const std::string& name);
+// The same for commands that only look: an instance that does not exist is
+// not made, the command says so and exits 1.
+std::unique_ptr<vex::sim::Instance> attach_existing_or_exit(const std::string& name);
 // Parses a number in decimal or 0x hexadecimal; exits with a message if bad.
 uint32_t parse_number_or_exit(const std::string& text, const char* what, uint32_t max);
 
 void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycle
-void register_show_commands(CLI::App& app);        // show, trace
+void register_show_commands(CLI::App& app);        // show
+void register_trace_command(CLI::App& app);        // trace
+// vexsim show --json (state locked by the caller).
+void show_json(const std::string& name, int host_pid, vex::sim::State& s);
 void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
 void register_host_command(CLI::App& app);         // host (started by the library)
@@ -34,4 +41,5 @@ bool describe_service_event(const vex::sim::TraceEntry& e, char* buf, size_t siz
 void register_irq_commands(CLI::App& app);         // irq
 // The interrupt, timer and hot-plug part of vexsim show (state locked).
 void show_interrupts(const vex::sim::State& s, uint64_t now);
+void register_describe_command(CLI::App& app);     // describe
 void register_chip_commands(CLI::App& app);        // chips, fault, set battery/rotary (after control)

@@ -3,17 +3,32 @@
 #include <cstdlib>
 
 #include "platform/target.h"
+#include "tools/common/app.h"
 #include "tools/common/cli.h"
 #include "tools/vexsim/commands.h"
 
 void InstanceOption::add_to(CLI::App* cmd) {
-    cmd->add_option("-i,--instance", name, "Instance name (default: from VEXSDK_TARGET, else 'default')");
+    cmd->add_option("-i,--instance", name, "Instance name (default: from VEXSDK_TARGET, else 'default')")
+        ->each([this](const std::string&) { given = true; });
 }
 
 std::string InstanceOption::resolve() const {
-    if (!name.empty()) return name;
+    if (!name.empty() || given) {
+        if (!vex::plat::valid_instance_name(name))
+            vex::tools::fail(vex::tools::kExitUsage, "instance name must be 1 to 48 letters, digits, '_', '-' or "
+                                                     "'.' (not '.' or '..'), not '" + name + "'");
+        return name;
+    }
     const vex::plat::Target& t = vex::plat::target();
+    if (t.none()) vex::tools::fail(vex::tools::kExitUsage, t.problem);
     return t.hardware ? "default" : t.instance;
+}
+
+std::unique_ptr<vex::sim::Instance> attach_existing_or_exit(const std::string& name) {
+    if (!vex::sim::Instance::exists(name))
+        vex::tools::fail(vex::tools::kExitFailed, "instance '" + name + "' does not exist (vexsim serve -i " + name +
+                                                      " makes it, as does any program that uses it)");
+    return attach_or_exit(name);
 }
 
 std::unique_ptr<vex::sim::Instance> attach_or_exit(const std::string& name) {
@@ -39,12 +54,12 @@ uint32_t parse_number_or_exit(const std::string& text, const char* what, uint32_
 }
 
 int main(int argc, char** argv) {
-    vex::tools::set_program_name("vexsim");
     CLI::App app{"vexsim - the virtual controller\n"
                  "Instances live in $VEXSDK_SIM_DIR (default ~/.local/state/vexsdk/sim)."};
-    app.require_subcommand(1);
+    vex::tools::setup_app(app, "vexsim");
     register_lifecycle_commands(app);
     register_show_commands(app);
+    register_trace_command(app);
     register_control_commands(app);
     register_time_commands(app);
     register_service_commands(app);
@@ -52,6 +67,6 @@ int main(int argc, char** argv) {
     register_host_command(app);
     register_serial_commands(app);
     register_chip_commands(app);
-    CLI11_PARSE(app, argc, argv);
-    return 0;
+    register_describe_command(app);
+    return vex::tools::run_app(app, argc, argv);
 }

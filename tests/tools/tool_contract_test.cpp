@@ -1,0 +1,197 @@
+// The tools' contracts as scripts meet them: exit codes (0 done, 1 refused
+// or failed, 2 usage), JSON that a JSON parser accepts, refusals that say
+// what is wrong, and bad values on the command line.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+#include <string>
+#include <vector>
+
+#include "tests/support/sim_fixture.h"
+
+namespace vex::test {
+namespace {
+
+std::string shell_quote(const std::string& s) {
+    std::string out = "'";
+    for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return out + "'";
+}
+
+// True when the tool exits 0 and its stdout parses as one JSON document.
+bool prints_json(const char* tool, const std::vector<std::string>& args) {
+    std::string cmd = "set -e; out=$(" + shell_quote(tool);
+    for (const std::string& a : args) cmd += " " + shell_quote(a);
+    cmd += " 2>/dev/null); printf '%s' \"$out\" | python3 -c 'import json,sys; json.load(sys.stdin)'";
+    return run_process({"/bin/sh", "-c", cmd}).status == 0;
+}
+
+bool contains(const ProcessResult& r, const std::string& text) { return r.output.find(text) != std::string::npos; }
+
+using ToolContract = SimFixture;
+
+TEST_F(ToolContract, HelpVersionAndUsageErrorsExitAsDocumented) {
+    for (const char* tool : {VEXCTL_PATH, VEXSIM_PATH}) {
+        ProcessResult r = run_process({tool, "--help"});
+        EXPECT_EQ(r.status, 0) << r.output;
+        EXPECT_TRUE(contains(r, "Exit codes: 0 done, 1")) << r.output;
+        r = run_process({tool, "--version"});
+        EXPECT_EQ(r.status, 0) << r.output;
+        EXPECT_TRUE(contains(r, " 1.") || contains(r, " 0.")) << r.output;
+        r = run_process({tool, "frobnicate"});
+        EXPECT_EQ(r.status, 2) << r.output;
+        EXPECT_TRUE(contains(r, "unknown command 'frobnicate'")) << r.output;
+        EXPECT_EQ(run_process({tool}).status, 2);
+        EXPECT_EQ(run_process({tool, "--no-such-option"}).status, 2);
+    }
+}
+
+TEST_F(ToolContract, BadNumbersOnEveryKindOfOptionAreUsageErrors) {
+    const std::string huge(5000, '9');
+    for (const std::string& bad : {std::string(""), std::string("-1"), std::string("abc"), std::string("\xff\xfe"),
+                                   std::string("99999999999999999999"), huge, std::string("0"), std::string("33")}) {
+        const ProcessResult r = run_vexctl({"di", "2", "-n", bad});
+        EXPECT_EQ(r.status, 2) << "-n '" << bad.substr(0, 20) << "': " << r.output;
+    }
+    for (const std::string& bad : {std::string(""), std::string("-1"), std::string("x"), std::string("\xc3"), huge}) {
+        EXPECT_EQ(run_vexctl({"di", bad, "-n", "8"}).status, 2) << "slot '" << bad.substr(0, 20) << "'";
+        EXPECT_EQ(run_vexsim({"set", "inputs", "1", bad}).status, 2) << "inputs '" << bad.substr(0, 20) << "'";
+    }
+    for (const std::string& bad : {std::string(""), std::string("../x"), std::string("a/b"), std::string("\xff"),
+                                   std::string(49, 'a')}) {
+        EXPECT_EQ(run_vexctl({"-i", bad, "info"}).status, 2) << "instance '" << bad.substr(0, 20) << "'";
+        EXPECT_EQ(run_vexsim({"show", "-i", bad}).status, 2) << "instance '" << bad.substr(0, 20) << "'";
+    }
+}
+
+TEST_F(ToolContract, WritesAreCheckedAgainstTheModule) {
+    // Slot 2 of the built-in controller: 8 inputs, 8 outputs.
+    ProcessResult r = run_vexctl({"do", "2", "0x1FF", "-n", "8"});
+    EXPECT_EQ(r.status, 2) << r.output;
+    EXPECT_TRUE(contains(r, "wider than")) << r.output;
+    EXPECT_EQ(run_vexctl({"do", "2", "0x5A", "-n", "8"}).status, 0);
+    r = run_vexctl({"do", "2", "-n", "8"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(contains(r, "0x0000005A")) << r.output;
+    EXPECT_EQ(run_vexctl({"do", "2", "--bit", "8", "--on", "-n", "8"}).status, 2);
+    EXPECT_EQ(run_vexsim({"set", "inputs", "2", "0x1FF"}).status, 2);
+    EXPECT_EQ(run_vexsim({"set", "inputs", "2", "0xFF"}).status, 0);
+    r = run_vexctl({"di", "2", "-n", "8"});
+    EXPECT_TRUE(contains(r, "0x000000FF")) << r.output;
+    // An empty slot and a serial module are refusals, not usage errors.
+    EXPECT_EQ(run_vexctl({"di", "6", "-n", "8"}).status, 1);
+    EXPECT_EQ(run_vexctl({"di", "3", "-n", "8"}).status, 1);
+}
+
+TEST_F(ToolContract, PlugAndUnplugRefuseWhatWouldLoseAModule) {
+    ProcessResult r = run_vexsim({"plug", "2", "--id", "0x13", "--di", "16"});
+    EXPECT_EQ(r.status, 1) << r.output;
+    EXPECT_TRUE(contains(r, "--replace")) << r.output;
+    EXPECT_EQ(run_vexctl({"di", "2", "-n", "8"}).status, 0);  // still the old module
+    EXPECT_EQ(run_vexsim({"plug", "2", "--id", "0x13", "--di", "16", "--replace"}).status, 0);
+    r = run_vexsim({"unplug", "6"});
+    EXPECT_EQ(r.status, 1) << r.output;
+    EXPECT_TRUE(contains(r, "empty")) << r.output;
+    EXPECT_EQ(run_vexsim({"unplug", "2"}).status, 0);
+    EXPECT_EQ(run_vexsim({"unplug", "2"}).status, 1);
+}
+
+TEST_F(ToolContract, DataCommandsPrintJsonThatParses) {
+    ASSERT_EQ(run_vexctl({"reg", "set", "HKEY_LOCAL_MACHINE\\T\\Odd", "a\"b\\c\td\x01\xff"}).status, 0);
+    EXPECT_TRUE(prints_json(VEXCTL_PATH, {"info", "--json"}));
+    EXPECT_TRUE(prints_json(VEXCTL_PATH, {"--json", "di", "2", "-n", "8"}));
+    EXPECT_TRUE(prints_json(VEXCTL_PATH, {"do", "2", "-n", "8", "--json"}));
+    EXPECT_TRUE(prints_json(VEXCTL_PATH, {"reg", "get", "HKEY_LOCAL_MACHINE\\T\\Odd", "--json"}));
+    EXPECT_TRUE(prints_json(VEXCTL_PATH, {"reg", "ls", "HKEY_LOCAL_MACHINE\\T", "--json"}));
+    ProcessResult r = run_vexctl({"info", "--json"});
+    EXPECT_TRUE(contains(r, "\"instance\":\"" + instance_name() + "\"")) << r.output;
+    EXPECT_TRUE(prints_json(VEXSIM_PATH, {"show", "--json"}));
+    EXPECT_TRUE(prints_json(VEXSIM_PATH, {"--json", "trace", "-n", "5"}));
+    EXPECT_TRUE(prints_json(VEXCTL_PATH, {"device", "--json"}));
+}
+
+TEST_F(ToolContract, TraceNamesWritesAndFollowsUntilInterruptedOrThePipeCloses) {
+    sim().write8(0x3000, 0x5A);  // slot 2, outputs 0..7
+    sim().write8(0x9002, 0x05);
+    ProcessResult r = run_vexsim({"trace", "-n", "2"});
+    EXPECT_TRUE(contains(r, "slot 2 DO0 <- 0x5A")) << r.output;
+    EXPECT_TRUE(contains(r, "backplane DIP <- 0x05")) << r.output;
+    EXPECT_TRUE(contains(r, "pid " + std::to_string(::getpid()))) << r.output;
+    // Ctrl-C ends a follow at once, and cleanly.
+    const std::string vexsim = shell_quote(VEXSIM_PATH);
+    r = run_process({"/bin/sh", "-c", vexsim + " trace -f >/dev/null & p=$!; sleep 0.5; kill -INT $p; wait $p"}, 10000);
+    EXPECT_EQ(r.status, 0) << r.output;
+    // A reader that goes away ends it too, once there is something to write.
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        for (int i = 0; !done && i < 2000; ++i) {
+            sim().write8(0x3000, static_cast<uint8_t>(i));
+            ::usleep(5000);
+        }
+    });
+    r = run_process({"/bin/sh", "-c", vexsim + " trace -f -n 1 | head -n 1 >/dev/null; exit 0"}, 10000);
+    done = true;
+    writer.join();
+    EXPECT_EQ(r.status, 0) << r.output;
+    EXPECT_FALSE(contains(r, "killed")) << r.output;
+}
+
+TEST_F(ToolContract, RegGetEscapesStringsUnlessRaw) {
+    ASSERT_EQ(run_vexctl({"reg", "set", "HKEY_LOCAL_MACHINE\\T\\Two", "line1\nline2\x1b[31m"}).status, 0);
+    ProcessResult r = run_vexctl({"reg", "get", "HKEY_LOCAL_MACHINE\\T\\Two"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(contains(r, "\"line1\\nline2\\x1B[31m\"")) << r.output;
+    r = run_vexctl({"reg", "get", "--raw", "HKEY_LOCAL_MACHINE\\T\\Two"});
+    EXPECT_TRUE(contains(r, "line1\nline2\x1b[31m")) << r.output;
+    EXPECT_EQ(run_vexctl({"reg", "get", "HKEY_LOCAL_MACHINE\\T\\Missing"}).status, 1);
+}
+
+// Looking at an instance that is not there must not make it.
+TEST_F(ToolContract, ReadOnlyCommandsNeverCreateAnInstance) {
+    const std::string ghost = "ghost-" + instance_name();
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"show", "-i", ghost}, {"trace", "-i", ghost}, {"destroy", "-i", ghost}}) {
+        const ProcessResult r = run_vexsim(args);
+        EXPECT_EQ(r.status, 1) << args[0] << ": " << r.output;
+        EXPECT_TRUE(contains(r, "does not exist")) << args[0] << ": " << r.output;
+        EXPECT_FALSE(sim::Instance::exists(ghost)) << args[0];
+        EXPECT_FALSE(std::filesystem::exists(base_dir() + "/" + ghost)) << args[0];
+    }
+    EXPECT_EQ(run_process({"/usr/bin/env", "VEXSDK_TARGET=sim:" + ghost, VEXCTL_PATH, "--help"}).status, 0);
+    EXPECT_FALSE(sim::Instance::exists(ghost));
+    EXPECT_EQ(run_vexsim({"show"}).status, 0);  // the test's own instance exists
+}
+
+TEST_F(ToolContract, UnrecognisedTargetConnectsToNothingAndSaysSo) {
+    for (const char* text : {"simulator", "sim:../x", "hardware", "sim:"}) {
+        const std::vector<std::string> env{"/usr/bin/env", std::string("VEXSDK_TARGET=") + text};
+        std::vector<std::string> argv = env;
+        argv.insert(argv.end(), {VEXCTL_PATH, "info"});
+        ProcessResult r = run_process(argv);
+        EXPECT_EQ(r.status, 1) << text << ": " << r.output;
+        EXPECT_TRUE(contains(r, std::string("target '") + text + "' is not recognised")) << r.output;
+        argv = env;
+        argv.insert(argv.end(), {VEXCTL_PATH, "di", "2", "-n", "8"});
+        r = run_process(argv);
+        EXPECT_TRUE(r.status == 1 || contains(r, "0xFFFFFFFF")) << text << ": " << r.output;
+        argv = env;
+        argv.insert(argv.end(), {VEXSIM_PATH, "show"});
+        EXPECT_EQ(run_process(argv).status, 2) << text;
+    }
+    // Nothing new appeared beside the test's own instance.
+    size_t entries = 0;
+    for (const auto& e : std::filesystem::directory_iterator(base_dir())) entries += e.path().filename() != instance_name();
+    EXPECT_EQ(entries, 0u);
+    const ProcessResult r = run_process({"/bin/sh", "-c",
+                                         "VEXSDK_TARGET=bogus " + shell_quote(VEXCTL_PATH) +
+                                             " info --json 2>/dev/null | python3 -c 'import json,sys; "
+                                             "d=json.load(sys.stdin); sys.exit(0 if d[\"target\"] is None else 1)'"});
+    EXPECT_EQ(r.status, 0) << r.output;
+}
+
+}  // namespace
+}  // namespace vex::test
