@@ -2,6 +2,8 @@
 #   make run            build, then show the default virtual controller
 #   make check          install missing packages (as root), build, run all tests
 #   make check PRESET=asan|tsan   the same under a sanitizer
+#   make check PRESET=armhf       32-bit ARM cross build, its tests under qemu-arm
+#                                 (run scripts/install-deps.sh armhf as root once)
 #   make bench          run the benchmarks (release build)
 PRESET ?= default
 BUILD := build/$(PRESET)
@@ -11,7 +13,7 @@ BUILD := build/$(PRESET)
 all: build
 
 deps:
-	@scripts/install-deps.sh
+	@scripts/install-deps.sh $(PRESET)
 
 configure: deps
 	@cmake --preset $(PRESET) >/dev/null
