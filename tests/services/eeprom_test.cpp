@@ -12,6 +12,7 @@
 #include <fstream>
 
 #include "frame/library.h"
+#include "platform/exec_wrapper.h"
 #include "platform/shared_section.h"
 #include "platform/target.h"
 #include "services/eeprom.h"
@@ -298,10 +299,9 @@ TEST_F(Eeprom, SeveralProcessesWritingAtOnceNeverTearAPage) {
     }
     std::vector<pid_t> pids;
     for (int w = 0; w < kWriters; ++w) {
-        std::vector<std::string> argv{VEXCTL_PATH, "mem", "write", "eeprom", "0x800", "--file", files[w]};
-        std::vector<char*> args;
-        for (auto& a : argv) args.push_back(a.data());
-        args.push_back(nullptr);
+        std::vector<std::string> argv =
+            vex::plat::wrapped_command({VEXCTL_PATH, "mem", "write", "eeprom", "0x800", "--file", files[w]});
+        std::vector<char*> args = vex::plat::exec_argv(argv);
         pid_t pid = 0;
         ASSERT_EQ(::posix_spawn(&pid, args[0], nullptr, nullptr, args.data(), environ), 0);
         pids.push_back(pid);
