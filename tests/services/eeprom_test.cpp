@@ -13,6 +13,7 @@
 
 #include "frame/library.h"
 #include "platform/exec_wrapper.h"
+#include "tests/support/robust_futex.h"
 #include "platform/shared_section.h"
 #include "platform/target.h"
 #include "services/eeprom.h"
@@ -275,6 +276,7 @@ TEST_F(Eeprom, ContentsSurvivePowerCycleAndRestartAndTheFactoryRecordIsWrittenOn
 }
 
 TEST_F(Eeprom, AProcessKilledMidPageLeavesNoTornPageAndNoWedge) {
+    VEXSDK_SKIP_WITHOUT_DEAD_OWNER_REPORTS();
     vex_EnableEEPROM(VEX_TRUE);
     const auto before = chip(0x1000, 64);
     auto r = vex::test::run_process({EEPROM_PEER_PATH, "abandon", "0x1000", "30", "0xEE"});
@@ -289,6 +291,7 @@ TEST_F(Eeprom, AProcessKilledMidPageLeavesNoTornPageAndNoWedge) {
 }
 
 TEST_F(Eeprom, SeveralProcessesWritingAtOnceNeverTearAPage) {
+    VEXSDK_SKIP_WITHOUT_DEAD_OWNER_REPORTS();  // one writer is killed mid-way
     vex_EnableEEPROM(VEX_TRUE);
     constexpr int kWriters = 4;
     constexpr uint32_t kBytes = 1024;  // 16 pages from 0x800, the same for every writer
