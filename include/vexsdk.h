@@ -34,5 +34,6 @@
 #include "vexsdk/hotplug.h"
 #include "vexsdk/memory.h"
 #include "vexsdk/device.h"
+#include "vexsdk/version.h"
 
 #endif /* VEXSDK_H */

@@ -8,7 +8,8 @@ set -euo pipefail
 
 mode=${1:-native}
 packages=(cmake ninja-build g++ clang pkg-config python3 libsqlite3-dev libtomlplusplus-dev
-          libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libmodbus-dev libblkid-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libmodbus-dev libblkid-dev
+          python3-pytest)
 case "$mode" in
   native|default|asan|tsan|clang|fuzz) ;;
   armhf)

@@ -60,15 +60,40 @@
 
 VEXSDK_EXTERN_C_BEGIN
 
-/* The calling thread's last error; 0 for a thread that has none yet. */
+/**
+ * @brief The calling thread's last error; 0 for a thread that has none yet.
+ * @return The value described above.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread; the last error belongs to the calling thread.
+ */
 VEXSDK_API uint32_t vex_GetLastError(void);
-/* Sets the calling thread's last error. */
+/**
+ * @brief Sets the calling thread's last error.
+ * @param code Error code.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread; the last error belongs to the calling thread.
+ */
 VEXSDK_API void vex_SetLastError(uint32_t code);
-/* Forgets the calling thread's last error (the next read yields 0). */
+/**
+ * @brief Forgets the calling thread's last error (the next read yields 0).
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread; the last error belongs to the calling thread.
+ */
 VEXSDK_API void vex_ClearLastError(void);
-/* Copies the English message of a code, with its NUL, into buffer (room for
- * VEX_ERROR_MESSAGE_SIZE wide characters). Codes without a message leave the
- * buffer exactly as it was; so does a null buffer. */
+/**
+ * @brief Copies the English message of a code, with its NUL, into buffer (room
+ *   for VEX_ERROR_MESSAGE_SIZE wide characters).
+ * Codes without a message leave the buffer exactly as it was; so does a null
+ * buffer.
+ * @param code Error code.
+ * @param buffer Buffer that receives the result.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread; the last error belongs to the calling thread.
+ */
 VEXSDK_API void vex_GetErrorMessage(uint32_t code, wchar_t *buffer);
 
 VEXSDK_EXTERN_C_END

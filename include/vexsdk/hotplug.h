@@ -19,22 +19,60 @@
 
 VEXSDK_EXTERN_C_BEGIN
 
-/* Creates VORLAN\HotPlug when needed and the window's volatile key, and
- * writes its values. Registering a window again keeps one key and the
- * latest message number. */
+/**
+ * @brief Creates VORLAN\HotPlug when needed and the window's volatile key, and
+ *   writes its values.
+ * Registering a window again keeps one key and the latest message number.
+ * @param window Window handle the messages go to.
+ * @param message Message number to post.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API void vex_RegistryHotPlug(uint32_t window, uint32_t message);
-/* Deletes the window's key. */
+/**
+ * @brief Deletes the window's key.
+ * @param window Window handle the messages go to.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API void vex_UnregistryHotPlug(uint32_t window);
-/* Low byte non-zero: enables hot-plug notification; zero: disables it.
- * Other bits of the register are kept. */
+/**
+ * @brief Low byte non-zero:
+ * enables hot-plug notification; zero: disables it. Other bits of the
+ * register are kept.
+ * @param enable Non-zero to enable, zero to disable.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API void vex_EnableHotPlug(VEX_BOOL32 enable);
-/* VEX_TRUE while hot-plug notification is enabled. */
+/**
+ * @brief VEX_TRUE while hot-plug notification is enabled.
+ * @return 1 on success, 0 on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL32 vex_GetHotPlugStatus(void);
-/* Clears the pending bit. The register is read, bit 3 set and the value
- * written back; since writing 1 clears a bit of that register, this also
- * acknowledges a backplane timer tick pending at that moment. */
+/**
+ * @brief Clears the pending bit.
+ * The register is read, bit 3 set and the value written back; since writing
+ * 1 clears a bit of that register, this also acknowledges a backplane timer
+ * tick pending at that moment.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API void vex_ClearHotPlug(void);
-/* VEX_TRUE while a hot-plug event is pending. */
+/**
+ * @brief VEX_TRUE while a hot-plug event is pending.
+ * @return 1 on success, 0 on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL32 vex_GetHotPlugIRQState(void);
 
 VEXSDK_EXTERN_C_END

@@ -48,23 +48,79 @@
 
 VEXSDK_EXTERN_C_BEGIN
 
-/* Copies length bytes of memory memType from address into buffer. Codes:
- * VEX_ERR_MEMORY_ARGUMENT, VEX_ERR_SRAM_ADDRESS, VEX_ERR_EEPROM_ADDRESS,
- * VEX_ERR_NVRAM_ADDRESS, VEX_ERR_MEMORY_TYPE, VEX_ERR_EEPROM_READ (the
- * EEPROM did not answer; buffer may then hold part of the data). */
+/**
+ * @brief Copies length bytes of memory memType from address into buffer.
+ * Codes: VEX_ERR_MEMORY_ARGUMENT, VEX_ERR_SRAM_ADDRESS,
+ * VEX_ERR_EEPROM_ADDRESS, VEX_ERR_NVRAM_ADDRESS, VEX_ERR_MEMORY_TYPE,
+ * VEX_ERR_EEPROM_READ (the EEPROM did not answer; buffer may then hold part
+ * of the data).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param buffer Buffer that receives the result.
+ * @param length Number of bytes.
+ * @param memType Memory type (see the description).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): the address lies outside the EEPROM ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_SRAM_ADDRESS (0x11002): the address lies outside the SRAM ("Accesses invalid SRAM
+ *     address").
+ *   - VEX_ERR_MEMORY_TYPE (0x11003): the memory type is not one of the controller's ("Invalid
+ *     memory type").
+ *   - VEX_ERR_NVRAM_ADDRESS (0x11004): the address lies outside the NVRAM ("Accesses invalid
+ *     NVRAM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer the read ("Read EEPROM Failed").
+ *   - VEX_ERR_MEMORY_ARGUMENT (0x11008): a pointer is null or a length is out of range (no
+ *     message).
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_ReadMemory(uint32_t address, uint8_t *buffer, uint32_t length, uint32_t memType);
-/* Copies length bytes from buffer into memory memType at address. Codes as
- * vex_ReadMemory, plus VEX_ERR_EEPROM_WRITE_PROTECTED (write protect is on:
- * see vex_EnableEEPROM; nothing is sent) and VEX_ERR_EEPROM_WRITE (the
- * EEPROM stopped acknowledging; pages before the failing one are written).
- * EEPROM writes go out in 64-byte pages and wait for each page's write
- * cycle. */
+/**
+ * @brief Copies length bytes from buffer into memory memType at address.
+ * Codes as vex_ReadMemory, plus VEX_ERR_EEPROM_WRITE_PROTECTED (write
+ * protect is on: see vex_EnableEEPROM; nothing is sent) and
+ * VEX_ERR_EEPROM_WRITE (the EEPROM stopped acknowledging; pages before the
+ * failing one are written). EEPROM writes go out in 64-byte pages and wait
+ * for each page's write cycle.
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param buffer Buffer that receives the result.
+ * @param length Number of bytes.
+ * @param memType Memory type (see the description).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_MEMORY_TYPE (0x11003): the memory type is not one of the controller's ("Invalid
+ *     memory type").
+ *   - VEX_ERR_EEPROM_WRITE_PROTECTED (0x11005): the EEPROM is write-protected ("EEPROM is write-
+ *     protected").
+ *   - VEX_ERR_EEPROM_WRITE (0x11006): the EEPROM did not take the write ("Write EEPROM Failed").
+ *   - VEX_ERR_MEMORY_ARGUMENT (0x11008): a pointer is null or a length is out of range (no
+ *     message).
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_WriteMemory(uint32_t address, const uint8_t *buffer, uint32_t length, uint32_t memType);
-/* User-area size: 0x70000 (SRAM; 0 on model codes 5 and 52), 8192
- * (EEPROM), 31 (NVRAM). Other types record VEX_ERR_MEMORY_TYPE and give 0. */
+/**
+ * @brief User-area size:
+ * 0x70000 (SRAM; 0 on model codes 5 and 52), 8192 (EEPROM), 31 (NVRAM).
+ * Other types record VEX_ERR_MEMORY_TYPE and give 0.
+ * @param memType Memory type (see the description).
+ * @return The value described above.
+ * @errors
+ *   - VEX_ERR_MEMORY_TYPE (0x11003): the memory type is not one of the controller's ("Invalid
+ *     memory type").
+ * @thread Safe from any thread.
+ */
 VEXSDK_API uint32_t vex_GetMemorySize(uint32_t memType);
-/* Low byte non-zero: write protect off (EEPROM writes allowed); zero: on.
- * The EEPROM is write-protected from power-up. Always TRUE. */
+/**
+ * @brief Low byte non-zero:
+ * write protect off (EEPROM writes allowed); zero: on. The EEPROM is write-
+ * protected from power-up. Always TRUE.
+ * @param enable Non-zero to enable, zero to disable.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_EnableEEPROM(uint32_t enable);
 
 VEXSDK_EXTERN_C_END

@@ -64,56 +64,420 @@ VEXSDK_EXTERN_C_BEGIN
 
 /* ---- Digital I/O (_MF) --------------------------------------------------- */
 
-/* Writes all outputs: "@AADO" + value masked to do_count channels, in 2, 4,
- * 6 or 8 hexadecimal digits (do_count < 9, < 17, 17..24, > 24). Succeeds on
- * an answer beginning with '!'; a '?' answer is VEX_ERR_DO_NO_OVERWRITE. */
+/**
+ * @brief Writes all outputs:
+ * "@AADO" + value masked to do_count channels, in 2, 4, 6 or 8 hexadecimal
+ * digits (do_count < 9, < 17, 17..24, > 24). Succeeds on an answer beginning
+ * with '!'; a '?' answer is VEX_ERR_DO_NO_OVERWRITE.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_DO_NO_OVERWRITE (0x1500A): the module refused the output: its watchdog holds the
+ *     outputs ("DO output cannot be overwrite!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_WriteDO_MF(VEX_PORT port, int32_t address, int32_t do_count, uint32_t value);
-/* Reads inputs and outputs with "@AADI" (the DO part first, the DI part
- * last), each masked to its byte width. */
+/**
+ * @brief Reads inputs and outputs with "@AADI" (the DO part first, the DI part
+ *   last), each masked to its byte width.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param di_count Number of the module's digital inputs.
+ * @param do_count Number of the module's digital outputs.
+ * @param di_value Receives the inputs, bit n for channel n.
+ * @param do_value Receives the outputs, bit n for channel n.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDIO_MF(VEX_PORT port, int32_t address, int32_t di_count, int32_t do_count,
                                    uint32_t* di_value, uint32_t* do_value);
+/**
+ * @brief Reads a serial module's inputs with "@AADI".
+ * Reads inputs and outputs with "@AADI" (the DO part first, the DI part
+ * last), each masked to its byte width.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param di_count Number of the module's digital inputs.
+ * @param di_value Receives the inputs, bit n for channel n.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDI_MF(VEX_PORT port, int32_t address, int32_t di_count, uint32_t* di_value);
+/**
+ * @brief Reads a serial module's outputs with "@AADI".
+ * Reads inputs and outputs with "@AADI" (the DO part first, the DI part
+ * last), each masked to its byte width.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param do_count Number of the module's digital outputs.
+ * @param do_value Receives the outputs, bit n for channel n.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDO_MF(VEX_PORT port, int32_t address, int32_t do_count, uint32_t* do_value);
-/* One bit of the inputs or outputs: *value is 1 or 0. On failure *value is
- * 0 (the bit of an empty reading). */
+/**
+ * @brief Reads one input bit of a serial module:
+ * value is 1 or 0. One bit of the inputs or outputs: *value is 1 or 0. On
+ * failure *value is 0 (the bit of an empty reading).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param bit New state of the channel: non-zero on, zero off.
+ * @param di_count Number of the module's digital inputs.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDIO_DIBit_MF(VEX_PORT port, int32_t address, int32_t bit, int32_t di_count,
                                          int32_t do_count, uint8_t* value);
+/**
+ * @brief Reads one output bit of a serial module:
+ * value is 1 or 0. One bit of the inputs or outputs: *value is 1 or 0. On
+ * failure *value is 0 (the bit of an empty reading).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param bit New state of the channel: non-zero on, zero off.
+ * @param di_count Number of the module's digital inputs.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDIO_DOBit_MF(VEX_PORT port, int32_t address, int32_t bit, int32_t di_count,
                                          int32_t do_count, uint8_t* value);
+/**
+ * @brief Reads one input bit of a serial module:
+ * value is 1 or 0. One bit of the inputs or outputs: *value is 1 or 0. On
+ * failure *value is 0 (the bit of an empty reading).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param bit New state of the channel: non-zero on, zero off.
+ * @param di_count Number of the module's digital inputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDIBit_MF(VEX_PORT port, int32_t address, int32_t bit, int32_t di_count, uint8_t* value);
+/**
+ * @brief Reads one output bit of a serial module:
+ * value is 1 or 0. One bit of the inputs or outputs: *value is 1 or 0. On
+ * failure *value is 0 (the bit of an empty reading).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param bit New state of the channel: non-zero on, zero off.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDOBit_MF(VEX_PORT port, int32_t address, int32_t bit, int32_t do_count, uint8_t* value);
-/* Input counter `channel`: "@AARE" for a module with one counter
- * (di_count 1), else "@AAREC" with the channel in one hexadecimal digit (up
- * to 16 inputs) or two. An 8-character answer is decimal, others hexadecimal. */
+/**
+ * @brief Input counter `channel`:
+ * "@AARE" for a module with one counter (di_count 1), else "@AAREC" with the
+ * channel in one hexadecimal digit (up to 16 inputs) or two. An 8-character
+ * answer is decimal, others hexadecimal.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param di_count Number of the module's digital inputs.
+ * @param count Count (see the description).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadDICNT_MF(VEX_PORT port, int32_t address, int32_t channel, int32_t di_count,
                                      uint32_t* count);
-/* Clears input counter `channel` ("@AACE", "@AACEC" + channel). */
+/**
+ * @brief Clears input counter `channel` ("@AACE", "@AACEC" + channel).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param di_count Number of the module's digital inputs.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ClearDICNT_MF(VEX_PORT port, int32_t address, int32_t channel, int32_t di_count);
 
-/* One output: "#AA" + group 'A'..'D' + bit within the group + value as two
- * decimal digits ("#01B101": bit 9 of 16 on). Succeeds on '>'.
- * vexsund_: the module in local slot (slot & 0xFF); a slot beyond the slot
- * count fails with VEX_ERR_INVALID_SLOT before anything is sent; a '!'
- * answer is VEX_ERR_DO_NO_OVERWRITE. zed_: the module at a bus address; any
- * answer but '>' is VEX_ERR_UART_RESPONSE; more than 32 outputs send an
- * empty command. */
+/**
+ * @brief Sets or clears one output of the serial module in a local slot.
+ * One output: "#AA" + group 'A'..'D' + bit within the group + value as two
+ * decimal digits ("#01B101": bit 9 of 16 on). Succeeds on '>'. vexsund_: the
+ * module in local slot (slot & 0xFF); a slot beyond the slot count fails
+ * with VEX_ERR_INVALID_SLOT before anything is sent; a '!' answer is
+ * VEX_ERR_DO_NO_OVERWRITE. zed_: the module at a bus address; any answer but
+ * '>' is VEX_ERR_UART_RESPONSE; more than 32 outputs send an empty command.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param slot Slot number, counted from 0 (only the low 8 bits are used).
+ * @param bit New state of the channel: non-zero on, zero off.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_INVALID_SLOT (0x10008): the slot is beyond the slot count ("Invalid Slot number").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_DO_NO_OVERWRITE (0x1500A): the module refused the output: its watchdog holds the
+ *     outputs ("DO output cannot be overwrite!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vexsund_WriteDOBit(VEX_PORT port, uint32_t slot, int32_t bit, int32_t do_count, int32_t value);
+/**
+ * @brief Sets or clears one output of the serial module at a bus address.
+ * One output: "#AA" + group 'A'..'D' + bit within the group + value as two
+ * decimal digits ("#01B101": bit 9 of 16 on). Succeeds on '>'. vexsund_: the
+ * module in local slot (slot & 0xFF); a slot beyond the slot count fails
+ * with VEX_ERR_INVALID_SLOT before anything is sent; a '!' answer is
+ * VEX_ERR_DO_NO_OVERWRITE. zed_: the module at a bus address; any answer but
+ * '>' is VEX_ERR_UART_RESPONSE; more than 32 outputs send an empty command.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param module_address Bus address of the serial module (0..255).
+ * @param bit New state of the channel: non-zero on, zero off.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_INVALID_SLOT (0x10008): the slot is beyond the slot count ("Invalid Slot number").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_DO_NO_OVERWRITE (0x1500A): the module refused the output: its watchdog holds the
+ *     outputs ("DO output cannot be overwrite!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL zed_WriteDOBit(VEX_PORT port, uint32_t module_address, int32_t bit, int32_t do_count,
                                    int32_t value);
 
 /* ---- Power-on and safe digital output values (_MF) ------------------------ */
 
-/* Reads both stored values with "~AA4" and gives the power-on (first) or
+/**
+ * @brief Reads the power-on value stored in a serial module's digital outputs.
+ * Reads both stored values with "~AA4" and gives the power-on (first) or
  * safe (second) one, each 2, 4, 6 or 8 hexadecimal digits wide as for
- * vex_WriteDO_MF. */
+ * vex_WriteDO_MF.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadModulePowerOnValueDO_MF(VEX_PORT port, int32_t address, int32_t do_count,
                                                     uint32_t* value);
+/**
+ * @brief Reads the safe value stored in a serial module's digital outputs.
+ * Reads both stored values with "~AA4" and gives the power-on (first) or
+ * safe (second) one, each 2, 4, 6 or 8 hexadecimal digits wide as for
+ * vex_WriteDO_MF.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadModuleSafeValueDO_MF(VEX_PORT port, int32_t address, int32_t do_count, uint32_t* value);
-/* Drives the outputs to `value` (vex_WriteDO_MF; its failure stops here
- * with its code), waits 10 ms, reads both stored values and sends "~AA5"
- * with the new value in its field and the other kept. */
+/**
+ * @brief Drives a serial module's outputs to value and stores it as their
+ *   power-on value.
+ * Drives the outputs to `value` (vex_WriteDO_MF; its failure stops here with
+ * its code), waits 10 ms, reads both stored values and sends "~AA5" with the
+ * new value in its field and the other kept.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ *   - VEX_ERR_DO_NO_OVERWRITE (0x1500A): the module refused the output: its watchdog holds the
+ *     outputs ("DO output cannot be overwrite!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_WriteModulePowerOnValueDO_MF(VEX_PORT port, int32_t address, int32_t do_count,
                                                      uint32_t value);
+/**
+ * @brief Drives a serial module's outputs to value and stores it as their safe
+ *   value.
+ * Drives the outputs to `value` (vex_WriteDO_MF; its failure stops here with
+ * its code), waits 10 ms, reads both stored values and sends "~AA5" with the
+ * new value in its field and the other kept.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param do_count Number of the module's digital outputs.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ *   - VEX_ERR_DO_NO_OVERWRITE (0x1500A): the module refused the output: its watchdog holds the
+ *     outputs ("DO output cannot be overwrite!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_WriteModuleSafeValueDO_MF(VEX_PORT port, int32_t address, int32_t do_count, uint32_t value);
 
 /* ---- Analog outputs (_MF) -------------------------------------------------- *
@@ -124,27 +488,149 @@ VEXSDK_API VEX_BOOL vex_WriteModuleSafeValueDO_MF(VEX_PORT port, int32_t address
  * finite number or does not fit the command fails with
  * VEX_ERR_UART_BUFFER_OVERFLOW before anything is sent. */
 
-/* Drives one output. An answer of exactly "!" is a refusal
- * (VEX_ERR_DO_NO_OVERWRITE). */
+/**
+ * @brief Drives one output.
+ * An answer of exactly "!" is a refusal (VEX_ERR_DO_NO_OVERWRITE).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param channel_count Number of the module's analog channels.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_DO_NO_OVERWRITE (0x1500A): the module refused the output: its watchdog holds the
+ *     outputs ("DO output cannot be overwrite!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_WriteAO_MF(VEX_PORT port, int32_t address, int32_t channel, int32_t channel_count,
                                    float value);
-/* The output's present value ("$AA6"). */
+/**
+ * @brief The output's present value ("$AA6").
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param channel_count Number of the module's analog channels.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadAO_MF(VEX_PORT port, int32_t address, int32_t channel, int32_t channel_count,
                                   float* value);
-/* Drive the output to `value`, wait 10 ms, and store it as power-on value
- * ("$AA4", or "$AAS" on the kind that uses it, asked with "$AAM") or as
- * safe value ("~AA5"). A failed output write fails with
- * VEX_ERR_UART_RESPONSE. */
+/**
+ * @brief Drives a serial module's analog output to value and stores it as its
+ *   power-on value.
+ * Drive the output to `value`, wait 10 ms, and store it as power-on value
+ * ("$AA4", or "$AAS" on the kind that uses it, asked with "$AAM") or as safe
+ * value ("~AA5"). A failed output write fails with VEX_ERR_UART_RESPONSE.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param channel_count Number of the module's analog channels.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_WriteModulePowerOnValueAO_MF(VEX_PORT port, int32_t address, int32_t channel,
                                                      int32_t channel_count, float value);
+/**
+ * @brief Drives a serial module's analog output to value and stores it as its
+ *   safe value.
+ * Drive the output to `value`, wait 10 ms, and store it as power-on value
+ * ("$AA4", or "$AAS" on the kind that uses it, asked with "$AAM") or as safe
+ * value ("~AA5"). A failed output write fails with VEX_ERR_UART_RESPONSE.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param channel_count Number of the module's analog channels.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_WriteModuleSafeValueAO_MF(VEX_PORT port, int32_t address, int32_t channel,
                                                   int32_t channel_count, float value);
-/* The stored power-on value: asks the module's kind ("$AAM"); kinds that
- * cannot tell it (see docs/catalogue.md) fail with
- * VEX_ERR_CARD_API_UNSUPPORTED. */
+/**
+ * @brief The stored power-on value:
+ * asks the module's kind ("$AAM"); kinds that cannot tell it (see
+ * docs/catalogue.md) fail with VEX_ERR_CARD_API_UNSUPPORTED.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param channel_count Number of the module's analog channels.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ *   - VEX_ERR_CARD_API_UNSUPPORTED (0x15001): the module kind cannot do this ("IO card does not
+ *     support this API function!").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadModulePowerOnValueAO_MF(VEX_PORT port, int32_t address, int32_t channel,
                                                     int32_t channel_count, float* value);
-/* The stored safe value ("~AA4"). */
+/**
+ * @brief The stored safe value ("~AA4").
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param address Module address: below 0x1000 a local slot; from 0x1000 a
+ *   serial module at bus address (address - 0x1000) on port.
+ * @param channel Channel number, counted from 0.
+ * @param channel_count Number of the module's analog channels.
+ * @param value Value to write.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UNKNOWN_MODULE (0x10003): the local slot holds a parallel-bus module ("Unknown
+ *     Module").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vex_ReadModuleSafeValueAO_MF(VEX_PORT port, int32_t address, int32_t channel,
                                                  int32_t channel_count, float* value);
 
@@ -155,25 +641,188 @@ VEXSDK_API VEX_BOOL vex_ReadModuleSafeValueAO_MF(VEX_PORT port, int32_t address,
  * exchange, so as VEX_ERR_UART_RESPONSE); zed_ calls the module at a bus
  * address (a bad port is VEX_ERR_UART_OPEN). */
 
-/* enable > 0 arms it; timeout (low 8 bits) is in the module's unit. */
+/**
+ * @brief Configures the host watchdog of the serial module in a local slot.
+ * enable > 0 arms it; timeout (low 8 bits) is in the module's unit.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param slot Slot number, counted from 0 (only the low 8 bits are used).
+ * @param enable Non-zero to enable, zero to disable.
+ * @param timeout Time-out.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vexsund_SetModuleWDTConfig(VEX_PORT port, uint32_t slot, int16_t enable, uint32_t timeout);
+/**
+ * @brief Configures the host watchdog of the serial module at a bus address.
+ * enable > 0 arms it; timeout (low 8 bits) is in the module's unit.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param module_address Bus address of the serial module (0..255).
+ * @param enable Non-zero to enable, zero to disable.
+ * @param timeout Time-out.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL zed_SetModuleWDTConfig(VEX_PORT port, uint32_t module_address, int16_t enable, uint32_t timeout);
-/* *status is 1 while the module's watchdog has timed out, else 0. */
+/**
+ * @brief Reads whether the host watchdog of the serial module in a local slot
+ *   has timed out.
+ * status is 1 while the module's watchdog has timed out, else 0.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param slot Slot number, counted from 0 (only the low 8 bits are used).
+ * @param status Status value, or where it is stored.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vexsund_GetModuleWDTStatus(VEX_PORT port, uint32_t slot, uint16_t* status);
+/**
+ * @brief Reads whether the host watchdog of the serial module at a bus address
+ *   has timed out.
+ * status is 1 while the module's watchdog has timed out, else 0.
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param module_address Bus address of the serial module (0..255).
+ * @param status Status value, or where it is stored.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL zed_GetModuleWDTStatus(VEX_PORT port, uint32_t module_address, uint16_t* status);
-/* The configuration: enabled 0 or 1 and the time-out, which vexsund_ reads
+/**
+ * @brief Reads the host watchdog configuration of the serial module in a local
+ *   slot.
+ * The configuration: enabled 0 or 1 and the time-out, which vexsund_ reads
  * back as hexadecimal digits and zed_ as decimal ones (so zed_ gives 50
- * where vexsund_ gives 0x50 for the same answer). */
+ * where vexsund_ gives 0x50 for the same answer).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param slot Slot number, counted from 0 (only the low 8 bits are used).
+ * @param enabled Receives the enable flag.
+ * @param timeout Time-out.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vexsund_GetModuleWDTConfig(VEX_PORT port, uint32_t slot, uint16_t* enabled, uint32_t* timeout);
+/**
+ * @brief Reads the host watchdog configuration of the serial module at a bus
+ *   address.
+ * The configuration: enabled 0 or 1 and the time-out, which vexsund_ reads
+ * back as hexadecimal digits and zed_ as decimal ones (so zed_ gives 50
+ * where vexsund_ gives 0x50 for the same answer).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param module_address Bus address of the serial module (0..255).
+ * @param enabled Receives the enable flag.
+ * @param timeout Time-out.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL zed_GetModuleWDTConfig(VEX_PORT port, uint32_t module_address, uint16_t* enabled,
                                            uint32_t* timeout);
-/* Clears the time-out state. A '!' answer of other than 3 characters fails
- * without a code of its own (the last error is then 0). */
+/**
+ * @brief Clears the time-out state of the serial module in a local slot.
+ * Clears the time-out state. A '!' answer of other than 3 characters fails
+ * without a code of its own (the last error is then 0).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param slot Slot number, counted from 0 (only the low 8 bits are used).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vexsund_ResetModuleWDT(VEX_PORT port, uint32_t slot);
+/**
+ * @brief Clears the time-out state of the serial module at a bus address.
+ * Clears the time-out state. A '!' answer of other than 3 characters fails
+ * without a code of its own (the last error is then 0).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @param module_address Bus address of the serial module (0..255).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_RESPONSE (0x14003): no answer, a cut or garbled one, a bad checksum, the
+ *     wrong leading character, or a refusal ("Uart response error").
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL zed_ResetModuleWDT(VEX_PORT port, uint32_t module_address);
-/* Sends "~**", which every module on the line takes as the host being
- * alive; no answer is awaited. The result is the send's (uart_Send). */
+/**
+ * @brief Sends "~**":
+ * every module on the line takes it as the host being alive. Sends "~**",
+ * which every module on the line takes as the host being alive; no answer is
+ * awaited. The result is the send's (uart_Send).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL vexsund_RefreshModuleWDT(VEX_PORT port);
+/**
+ * @brief Sends "~**":
+ * every module on the bus takes it as the host being alive. Sends "~**",
+ * which every module on the line takes as the host being alive; no answer is
+ * awaited. The result is the send's (uart_Send).
+ * @param port Handle of an open COM port (from uart_Open or uart_OpenEx).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_UART_OPEN (0x14006): the port handle is 0 or 0xFFFFFFFF (nothing is sent) ("Open
+ *     COM port failed").
+ *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a field of the answer is not a number, an output
+ *     pointer is null, or a value is too wide for the command ("Internal buffer overflow").
+ * @thread Any thread. Commands to local slots are serialised with every other
+ *   slot selection of the process; threads that share a bus port must not run
+ *   exchanges on it at the same time.
+ */
 VEXSDK_API VEX_BOOL zed_RefreshModuleWDT(VEX_PORT port);
 
 VEXSDK_EXTERN_C_END

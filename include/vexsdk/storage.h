@@ -37,24 +37,60 @@
 
 VEXSDK_EXTERN_C_BEGIN
 
-/* VEX_TRUE when a card is inserted. */
+/**
+ * @brief VEX_TRUE when a card is inserted.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_SDOnside(void);
-/* VEX_TRUE when a card is inserted and one of its partitions is mounted at
- * the card's folder. */
+/**
+ * @brief VEX_TRUE when a card is inserted and one of its partitions is mounted
+ *   at the card's folder.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_SDExists(void);
-/* Mounts the card's partition of that name at the card's folder, making
- * the folder (one level) when missing. VEX_FALSE for a null, empty or
- * unknown name, a name of 64 characters or more, a folder whose parent
- * does not exist, a folder where the card is already mounted, and when the
- * system refuses. */
+/**
+ * @brief Mounts the card's partition of that name at the card's folder, making
+ *   the folder (one level) when missing.
+ * VEX_FALSE for a null, empty or unknown name, a name of 64 characters or
+ * more, a folder whose parent does not exist, a folder where the card is
+ * already mounted, and when the system refuses.
+ * @param partition Partition, counted from 1.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_SDMount(const wchar_t *partition);
-/* Unmounts every partition of the card, wherever mounted. VEX_TRUE when
- * none stays mounted (also when none was); VEX_FALSE without a card. */
+/**
+ * @brief Unmounts every partition of the card, wherever mounted.
+ * VEX_TRUE when none stays mounted (also when none was); VEX_FALSE without a
+ * card.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_SDUnmount(void);
-/* Copies the first partition's name, file-system name and volume label
- * into the three buffers, each of VEX_PARTITION_TEXT_SIZE wide characters
- * (longer texts are cut; a null buffer is skipped). VEX_FALSE, buffers
- * untouched, when there is no card or it has no partition. */
+/**
+ * @brief Copies the first partition's name, file-system name and volume label
+ *   into the three buffers, each of VEX_PARTITION_TEXT_SIZE wide characters
+ *   (longer texts are cut; a null buffer is skipped).
+ * VEX_FALSE, buffers untouched, when there is no card or it has no
+ * partition.
+ * @param name Buffer that receives the name (or the name to use).
+ * @param fileSystem Buffer that receives the file system name.
+ * @param volume Buffer that receives the volume name.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL _vex_get_partition_info(wchar_t *name, wchar_t *fileSystem, wchar_t *volume);
 
 VEXSDK_EXTERN_C_END

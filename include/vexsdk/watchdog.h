@@ -38,34 +38,98 @@
 
 VEXSDK_EXTERN_C_BEGIN
 
-/* Arms the watchdog. Backplane: writes (time + 128) to register 0, then
- * notifies the platform. OS timer: disables the match-3 interrupt, clears
- * its status, sets match 3 to count + time x 3250, enables the interrupt. */
+/**
+ * @brief Arms the watchdog.
+ * Backplane: writes (time + 128) to register 0, then notifies the platform.
+ * OS timer: disables the match-3 interrupt, clears its status, sets match 3
+ * to count + time x 3250, enables the interrupt.
+ * @param type Kind selector (see the description).
+ * @param time Time (see the description for the unit).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_WDT_VALUE (0x12001): the watchdog time is out of range ("Invalid WatchDog timer
+ *     value").
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_EnableWatchDog(uint32_t type, uint32_t time);
-/* Disarms it. Backplane: notifies the platform, then writes 0 to register
- * 0. OS timer: clears the watchdog enable bit and the match-3 interrupt. */
+/**
+ * @brief Disarms it.
+ * Backplane: notifies the platform, then writes 0 to register 0. OS timer:
+ * clears the watchdog enable bit and the match-3 interrupt.
+ * @param type Kind selector (see the description).
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API void vex_DisableWatchDog(uint32_t type);
-/* Restarts the count. Backplane: returns the byte read at 0xF000. OS
- * timer: match 3 = count + stored time x 3250; returns the type (1). */
+/**
+ * @brief Restarts the count.
+ * Backplane: returns the byte read at 0xF000. OS timer: match 3 = count +
+ * stored time x 3250; returns the type (1).
+ * @param type Kind selector (see the description).
+ * @return The type (1).
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API uint32_t vex_RefreshWatchDog(uint32_t type);
-/* Backplane: its enabled bit as the backplane reports it. OS timer: this
- * process's enabled flag. */
+/**
+ * @brief Backplane:
+ * its enabled bit as the backplane reports it. OS timer: this process's
+ * enabled flag.
+ * @param type Kind selector (see the description).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_GetWatchDogState(uint32_t type);
-/* Backplane: the time as the backplane reports it (0..31). OS timer: the
- * time this process stored (0 before the first enable). */
+/**
+ * @brief Backplane:
+ * the time as the backplane reports it (0..31). OS timer: the time this
+ * process stored (0 before the first enable).
+ * @param type Kind selector (see the description).
+ * @return The value described above.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API uint32_t vex_GetWatchDogTime(uint32_t type);
-/* Changes the time, keeping the enabled state (backplane); the OS timer
- * watchdog is also refreshed with the new time. */
+/**
+ * @brief Changes the time, keeping the enabled state (backplane); the OS timer
+ *   watchdog is also refreshed with the new time.
+ * @param type Kind selector (see the description).
+ * @param time Time (see the description for the unit).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - VEX_ERR_WDT_VALUE (0x12001): the watchdog time is out of range ("Invalid WatchDog timer
+ *     value").
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_SetWatchDogTime(uint32_t type, uint32_t time);
-/* OS timer: VEX_TRUE when the controller's last reset came from a
- * watchdog (reset status bit 1). Any other type: VEX_FALSE. */
+/**
+ * @brief OS timer:
+ * VEX_TRUE when the controller's last reset came from a watchdog (reset
+ * status bit 1). Any other type: VEX_FALSE.
+ * @param type Kind selector (see the description).
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_GetWatchDogResetState(uint32_t type);
-/* Restarts the controller. A real controller restarts through the kernel at
- * once (file systems are synced; programs are not asked to end): this needs
- * the CAP_SYS_BOOT privilege (root), and without it the call returns
- * VEX_FALSE. It does not return otherwise. On the virtual controller the
- * instance power-cycles from its description and the call returns
- * VEX_TRUE. No error code is recorded. */
+/**
+ * @brief Restarts the controller.
+ * A real controller restarts through the kernel at once (file systems are
+ * synced; programs are not asked to end): this needs the CAP_SYS_BOOT
+ * privilege (root), and without it the call returns VEX_FALSE. It does not
+ * return otherwise. On the virtual controller the instance power-cycles from
+ * its description and the call returns VEX_TRUE. No error code is recorded.
+ * @return VEX_TRUE on success, VEX_FALSE on failure.
+ * @errors
+ *   - none: the call records no code.
+ * @thread Safe from any thread.
+ */
 VEXSDK_API VEX_BOOL vex_Reboot(void);
 
 VEXSDK_EXTERN_C_END

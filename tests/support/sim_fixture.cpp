@@ -1,12 +1,14 @@
 #include "tests/support/sim_fixture.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -84,7 +86,33 @@ void expect_clean_host_log(const std::string& instance) {
     }
 }
 
+namespace {
+
+// Test instances are named after the process that made them. One whose
+// process died without its teardown (a crash, a killed run) leaves shared
+// memory objects behind: the first test of each later process removes them,
+// so aborted runs do not fill /dev/shm on a build machine.
+void remove_instances_of_dead_tests() {
+    static std::atomic<bool> done{false};
+    if (done.exchange(true)) return;
+    // Shared memory object names ("/vexsdk.<uid>.sim.t<pid>-<n>.<what>") are
+    // files of /dev/shm on Linux.
+    std::string stem = plat::sim_object_prefix("t");
+    stem = stem.substr(1, stem.size() - 2);
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ec)) {
+        const std::string file = entry.path().filename().string();
+        if (file.compare(0, stem.size(), stem) != 0) continue;
+        const long pid = std::strtol(file.c_str() + stem.size(), nullptr, 10);
+        if (pid <= 0 || pid == ::getpid() || ::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH) continue;
+        std::filesystem::remove(entry.path(), ec);
+    }
+}
+
+}  // namespace
+
 void SimFixture::SetUp() {
+    remove_instances_of_dead_tests();
     static std::atomic<int> counter{0};
     name_ = "t" + std::to_string(::getpid()) + "-" + std::to_string(counter++);
     char templ[] = "/tmp/vexsdk-test-XXXXXX";
