@@ -6,6 +6,8 @@
 #                       build everything, run all tests
 # Without root, a missing package stops with the exact list to install.
 #   make check PRESET=asan|tsan   the same under a sanitizer
+#   make check PRESET=armhf       32-bit ARM cross build, its tests under qemu-arm
+#                                 (run scripts/install-deps.sh armhf as root once)
 #   make bench          run the benchmarks (release build)
 PRESET ?= default
 BUILD := build/$(PRESET)
@@ -15,7 +17,7 @@ BUILD := build/$(PRESET)
 all: build
 
 deps:
-	@scripts/install-deps.sh check
+	@scripts/install-deps.sh $(if $(filter armhf,$(PRESET)),armhf,check)
 
 deps-run:
 	@scripts/install-deps.sh run

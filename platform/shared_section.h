@@ -37,10 +37,22 @@ private:
 
 // A mutex that lives in shared memory and works across processes. It is
 // robust: when its owner dies, the next locker gets it and carries on.
+//
+// The C library's lock differs between 32- and 64-bit processes (size,
+// field order, robust-list pointers), so processes of different word
+// sizes must never share one. init() tags the storage with the maker's
+// kind; whoever opens shared memory made by another process checks
+// compatible() before locking, and refuses with maker() in its message.
 class ProcessMutex {
 public:
     // Initialises the mutex in place (only the creator of the memory does).
     void init();
+    // True when a process of this kind made the mutex (not when it was
+    // never initialised, or by a process of another word size).
+    bool compatible() const;
+    // The maker, for messages: "a 64-bit process", "a 32-bit process", or
+    // "an unknown process" for storage that carries no tag.
+    std::string maker() const;
     void lock();
     // Like lock(); true when the previous owner died holding the mutex, so
     // the caller may repair what the mutex guards.

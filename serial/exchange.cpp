@@ -266,7 +266,9 @@ VEX_BOOL32 uart_BinRecv(VEX_PORT handle, void* buffer, uint32_t length) {
         uint8_t spill = 0;
         const bool want = count < length;
         size_t got = 0;
-        const auto result = r->port->read(want ? out + count : &spill, want ? length - count : 1,
+        // What is left of a 32-bit length fits size_t on every target.
+        const size_t left = want ? static_cast<size_t>(length - count) : 1;
+        const auto result = r->port->read(want ? out + count : &spill, left,
                                           vex::plat::kNoEndByte, wait.remaining_ms(), got);
         trace(r->handle, TraceDirection::Received, want ? out + count : &spill, got);
         if (result == vex::plat::ReadResult::Failed) return fail(VEX_ERR_UART_OPEN);

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "platform/deadline.h"
+#include "platform/exec_wrapper.h"
 #include "platform/system.h"
 #include "platform/target.h"
 #include "sim/host.h"
@@ -173,12 +174,11 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
     ::posix_spawnattr_setsigmask(&attr, &none);
     ::posix_spawnattr_setsigdefault(&attr, &defaults);
     ::posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    std::vector<std::string> args{program, "host", "--instance", instance, "--notify-fd", "3"};
-    std::vector<char*> argv;
-    for (std::string& a : args) argv.push_back(a.data());
-    argv.push_back(nullptr);
+    std::vector<std::string> args =
+        plat::wrapped_command({program, "host", "--instance", instance, "--notify-fd", "3"});
+    std::vector<char*> argv = plat::exec_argv(args);
     pid_t pid = -1;
-    const int rc = host_calls().posix_spawn(&pid, program.c_str(), &actions, &attr, argv.data(), environ);
+    const int rc = host_calls().posix_spawn(&pid, args[0].c_str(), &actions, &attr, argv.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     ::posix_spawnattr_destroy(&attr);
     ::close(pipefd[1]);

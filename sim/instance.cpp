@@ -147,6 +147,13 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
     if (!models::open_chip_images(s, dir, [&](std::string* e) { return inst->description(e); }, &chip_error))
         return fail("instance '" + name + "': " + chip_error);
     const bool foreign = s.magic == kStateMagic && (s.layout != kStateLayout || s.size != sizeof(State));
+    // Same build, other word size (a 32-bit program beside a 64-bit one on
+    // a PC): the state would fit, but the lock inside it would not. Never
+    // replaced: its makers may be running without a host of their own.
+    if (!foreign && s.magic == kStateMagic && !s.lock.compatible())
+        return fail("instance '" + name + "' was made by " + s.lock.maker() + "; this " +
+                    std::to_string(sizeof(void*) * 8) + "-bit process cannot share its locks "
+                    "(use an instance of its own, or remove this one with vexsim destroy)");
     if (foreign && !replace_foreign)
         return fail("instance '" + name + "' was made by an incompatible build (state layout " +
                     std::to_string(s.layout) + ", this build " + std::to_string(kStateLayout) + ")");

@@ -24,7 +24,8 @@ public:
     // <instance dir>/description.toml, or the built-in default. A state left
     // by an incompatible build is replaced when nobody hosts it, unless
     // `replace_foreign` is false (a host process started for its users
-    // must not pull the state from under them).
+    // must not pull the state from under them). A state made by a process
+    // of another word size is refused, never replaced.
     static std::unique_ptr<Instance> attach(const std::string& name, std::string* error,
                                             bool replace_foreign = true);
     // True when the named instance has been made (by any program); looks

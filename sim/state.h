@@ -4,6 +4,7 @@
 // no pointers, fixed-width fields, one layout for every process.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "platform/shared_section.h"
@@ -15,7 +16,7 @@
 namespace vex::sim {
 
 inline constexpr uint32_t kStateMagic = 0x56584331;  // "VXC1"
-inline constexpr uint32_t kStateLayout = 7;
+inline constexpr uint32_t kStateLayout = 8;
 inline constexpr int kSlots = 8;
 
 enum class ModuleKind : uint8_t { Empty = 0, Parallel = 1, Serial = 2 };
@@ -45,6 +46,8 @@ struct ParallelModule {
     // instance directory, like the module's non-volatile memory it models.
     uint8_t params[32];
 };
+static_assert(sizeof(ParallelModule) == 64 && offsetof(ParallelModule, wdt_deadline_ns) == 24,
+              "one layout for every process");
 
 // Last-output-source codes of the virtual controller's modules (status
 // register 0x20, bits 0..3): what last drove the outputs.
@@ -59,6 +62,7 @@ struct Slot {
     ParallelModule parallel;
     // A serial module in the slot lives in State::serial (site Slot).
 };
+static_assert(sizeof(Slot) == 72, "one layout for every process");
 
 // A trace entry: one register write or serial exchange note.
 struct TraceEntry {
@@ -70,7 +74,7 @@ struct TraceEntry {
     uint32_t pid;           // the process that wrote or caused it
     uint32_t pad2;
 };
-static_assert(sizeof(TraceEntry) == 24);
+static_assert(sizeof(TraceEntry) == 24, "one layout for every process");
 inline constexpr uint32_t kTraceEntries = 256;
 
 // One of the controller's own COM ports (the internal backplane port and the
@@ -89,6 +93,7 @@ struct SerialPortState {
     uint8_t far_lines;      // CTS 0x10, DSR 0x20, RING 0x40, carrier 0x80
     uint32_t transitions[4];  // CTS, DSR, RING, carrier detect
 };
+static_assert(sizeof(SerialPortState) == 104, "one layout for every process");
 
 // Interrupt lines from the backplane to the processor: 0..7 slot n
 // (kernel interrupt 38 + n), 8 the single-slot controller's slot (66),
@@ -183,5 +188,13 @@ struct State {
     // current; the library's _vex_map pointer looks straight into it.
     alignas(8) uint8_t image[0x10000];
 };
+// The header every build reads first (magic, layout, size and the lock)
+// sits where any build, 32- or 64-bit, finds it; 64-bit fields that are
+// read and written atomically are 8-aligned (ARM's exclusive doubleword
+// accesses fault otherwise).
+static_assert(sizeof(plat::ProcessMutex) == 64 && alignof(plat::ProcessMutex) == 8);
+static_assert(offsetof(State, lock) == 16 && offsetof(State, generation) == 80);
+static_assert(offsetof(State, slots) % 8 == 0 && offsetof(State, trace) % 8 == 0);
+static_assert(offsetof(State, image) % 8 == 0 && sizeof(State) % 8 == 0);
 
 }  // namespace vex::sim

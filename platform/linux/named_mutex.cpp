@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 #include "platform/linux/named_mutex_calls.h"
@@ -21,7 +22,7 @@ struct NamedMutex::Shared {
 };
 
 namespace {
-constexpr uint32_t kReady = 0x4D555458;  // "MUTX"
+constexpr uint32_t kReady = 0x4D555432;  // "MUT2": the lock carries its maker's tag
 
 int real_fstat(int fd, struct stat* st) { return ::fstat(fd, st); }
 int real_close(int fd) { return ::close(fd); }
@@ -46,6 +47,7 @@ NamedMutexCalls& named_mutex_calls() { return g_table.now(); }
 void reset_named_mutex_calls() { g_table.reset_all(); }
 
 std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::string* error) {
+    static_assert(sizeof(Shared) == 72 && offsetof(Shared, mutex) == 8, "one layout for 32- and 64-bit processes");
     const NamedMutexCalls& c = g_table.now();
     const int fd = c.shm_open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) {
@@ -73,6 +75,11 @@ std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::strin
                 if (__atomic_load_n(&shared->magic, __ATOMIC_ACQUIRE) != kReady) {
                     shared->mutex.init();
                     __atomic_store_n(&shared->magic, kReady, __ATOMIC_RELEASE);
+                } else if (!shared->mutex.compatible()) {
+                    why = "mutex " + name + " was made by " + shared->mutex.maker() +
+                          "; a process of another word size cannot share it";
+                    ::munmap(shared, sizeof(Shared));
+                    shared = nullptr;
                 }
             }
         }

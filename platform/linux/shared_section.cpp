@@ -66,7 +66,18 @@ int remove_shared_objects(const std::string& prefix) {
     return removed;
 }
 
-static_assert(sizeof(pthread_mutex_t) <= 64, "ProcessMutex storage too small");
+// The last word of the storage tags the maker: "LK", the word size in bits
+// and the size of the native lock.
+constexpr size_t kTagAt = 60;
+static_assert(sizeof(pthread_mutex_t) <= kTagAt, "ProcessMutex storage too small");
+constexpr uint32_t kTagMark = 0x4C4B0000u;
+constexpr uint32_t kOwnTag = kTagMark | uint32_t{sizeof(void*) * 8} << 8 | uint32_t{sizeof(pthread_mutex_t)};
+
+static uint32_t read_tag(const unsigned char* storage) {
+    uint32_t tag = 0;
+    std::memcpy(&tag, storage + kTagAt, sizeof tag);
+    return tag;
+}
 
 static pthread_mutex_t* native(unsigned char* storage) {
     return std::launder(reinterpret_cast<pthread_mutex_t*>(storage));
@@ -79,6 +90,15 @@ void ProcessMutex::init() {
     ::pthread_mutexattr_setrobust(&attr, PTHREAD_MUTEX_ROBUST);
     ::pthread_mutex_init(new (storage_) pthread_mutex_t, &attr);
     ::pthread_mutexattr_destroy(&attr);
+    std::memcpy(storage_ + kTagAt, &kOwnTag, sizeof kOwnTag);
+}
+
+bool ProcessMutex::compatible() const { return read_tag(storage_) == kOwnTag; }
+
+std::string ProcessMutex::maker() const {
+    const uint32_t tag = read_tag(storage_);
+    if ((tag & 0xFFFF0000u) != kTagMark) return "an unknown process";
+    return "a " + std::to_string(tag >> 8 & 0xFFu) + "-bit process";
 }
 
 void ProcessMutex::lock() {

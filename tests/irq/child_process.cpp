@@ -9,6 +9,8 @@
 
 #include <chrono>
 
+#include "platform/exec_wrapper.h"
+
 extern char** environ;
 
 namespace vex::test {
@@ -21,9 +23,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& argv) {
     ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 1);
     ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 2);
     ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    std::vector<char*> args;
-    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
+    std::vector<std::string> command = plat::wrapped_command(argv);
+    std::vector<char*> args = plat::exec_argv(command);
     pid_t pid = -1;
     if (::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ) == 0) pid_ = pid;
     ::posix_spawn_file_actions_destroy(&actions);

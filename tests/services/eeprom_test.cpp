@@ -12,6 +12,8 @@
 #include <fstream>
 
 #include "frame/library.h"
+#include "platform/exec_wrapper.h"
+#include "tests/support/robust_futex.h"
 #include "platform/shared_section.h"
 #include "platform/target.h"
 #include "services/eeprom.h"
@@ -274,6 +276,7 @@ TEST_F(Eeprom, ContentsSurvivePowerCycleAndRestartAndTheFactoryRecordIsWrittenOn
 }
 
 TEST_F(Eeprom, AProcessKilledMidPageLeavesNoTornPageAndNoWedge) {
+    VEXSDK_SKIP_WITHOUT_DEAD_OWNER_REPORTS();
     vex_EnableEEPROM(VEX_TRUE);
     const auto before = chip(0x1000, 64);
     auto r = vex::test::run_process({EEPROM_PEER_PATH, "abandon", "0x1000", "30", "0xEE"});
@@ -288,6 +291,7 @@ TEST_F(Eeprom, AProcessKilledMidPageLeavesNoTornPageAndNoWedge) {
 }
 
 TEST_F(Eeprom, SeveralProcessesWritingAtOnceNeverTearAPage) {
+    VEXSDK_SKIP_WITHOUT_DEAD_OWNER_REPORTS();  // one writer is killed mid-way
     vex_EnableEEPROM(VEX_TRUE);
     constexpr int kWriters = 4;
     constexpr uint32_t kBytes = 1024;  // 16 pages from 0x800, the same for every writer
@@ -298,10 +302,9 @@ TEST_F(Eeprom, SeveralProcessesWritingAtOnceNeverTearAPage) {
     }
     std::vector<pid_t> pids;
     for (int w = 0; w < kWriters; ++w) {
-        std::vector<std::string> argv{VEXCTL_PATH, "mem", "write", "eeprom", "0x800", "--file", files[w]};
-        std::vector<char*> args;
-        for (auto& a : argv) args.push_back(a.data());
-        args.push_back(nullptr);
+        std::vector<std::string> argv =
+            vex::plat::wrapped_command({VEXCTL_PATH, "mem", "write", "eeprom", "0x800", "--file", files[w]});
+        std::vector<char*> args = vex::plat::exec_argv(argv);
         pid_t pid = 0;
         ASSERT_EQ(::posix_spawn(&pid, args[0], nullptr, nullptr, args.data(), environ), 0);
         pids.push_back(pid);

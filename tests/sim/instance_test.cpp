@@ -150,3 +150,28 @@ TEST_F(SimInstance, FarEndModemLinesFromVexsim) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(SimInstance, StateOfAProcessOfAnotherWordSizeIsRefusedNeverReplaced) {
+    // The tag a process of the other word size leaves in the state's lock.
+    auto* tag_bits = reinterpret_cast<unsigned char*>(&sim().state().lock) + 61;
+    const unsigned char own = *tag_bits;
+    *tag_bits = sizeof(void*) == 8 ? 32 : 64;
+    const std::string maker = sizeof(void*) == 8 ? "a 32-bit process" : "a 64-bit process";
+
+    std::string error;
+    EXPECT_EQ(Instance::attach(instance_name(), &error), nullptr);
+    EXPECT_NE(error.find(maker), std::string::npos) << error;
+    EXPECT_NE(error.find(instance_name()), std::string::npos) << error;
+
+    // Even with no host left to protect, the state stays the other's.
+    auto r = vex::test::run_vexsim({"show"});
+    EXPECT_NE(r.status, 0) << r.output;
+    EXPECT_NE(r.output.find(maker), std::string::npos) << r.output;
+    EXPECT_EQ(sim().state().magic, vex::sim::kStateMagic);
+    EXPECT_EQ(*tag_bits, sizeof(void*) == 8 ? 32 : 64);
+    *tag_bits = own;
+}
+
+}  // namespace

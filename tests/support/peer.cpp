@@ -9,6 +9,7 @@
 
 #include <cstring>
 
+#include "platform/exec_wrapper.h"
 #include "platform/system.h"
 
 extern char** environ;
@@ -32,9 +33,9 @@ Peer::Peer(const std::vector<std::string>& env) {
     std::vector<char*> envp;
     for (std::string& v : vars) envp.push_back(v.data());
     envp.push_back(nullptr);
-    char path[] = VEXSDK_TEST_PEER_PATH;
-    char* argv[] = {path, nullptr};
-    if (::posix_spawn(&pid_, path, &actions, nullptr, argv, envp.data()) != 0) pid_ = -1;
+    std::vector<std::string> command = plat::wrapped_command({VEXSDK_TEST_PEER_PATH});
+    std::vector<char*> argv = plat::exec_argv(command);
+    if (::posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) pid_ = -1;
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(to[0]);
     ::close(from[1]);

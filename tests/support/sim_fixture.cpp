@@ -14,6 +14,7 @@
 #include <fstream>
 
 #include "frame/library.h"
+#include "platform/exec_wrapper.h"
 #include "platform/target.h"
 #include "platform/system.h"
 #include "sim/host_process.h"
@@ -31,9 +32,8 @@ ProcessResult run_process(const std::vector<std::string>& argv, int timeout_ms) 
     ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 1);
     ::posix_spawn_file_actions_adddup2(&actions, pipefd[1], 2);
     ::posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    std::vector<char*> args;
-    for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-    args.push_back(nullptr);
+    std::vector<std::string> command = plat::wrapped_command(argv);
+    std::vector<char*> args = plat::exec_argv(command);
     pid_t pid = -1;
     const int rc = ::posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
