@@ -184,8 +184,8 @@ void BM_TimerfdPeriod(benchmark::State& state) {
         std::thread t([&] {
             vex::plat::set_current_thread_priority(kServicePriority);
             const int fd = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-            itimerspec spec{{0, 1000000}, {0, 1000000}};
-            ::timerfd_settime(fd, 0, &spec, nullptr);
+            itimerspec period{{0, 1000000}, {0, 1000000}};
+            ::timerfd_settime(fd, 0, &period, nullptr);
             while (at.size() < static_cast<size_t>(kTicks)) {
                 uint64_t n = 0;
                 if (::read(fd, &n, sizeof n) != sizeof n) std::abort();

@@ -95,7 +95,7 @@ bool register_timer(uint32_t timer, uint16_t interval, VEX_IRQ_CALLBACK callback
         }
         if (!e.thread) {
             e.thread = ServiceThread::start(
-                ServiceSpec{plat::kIrqTimer0 + timer, timer, callback, judge, acknowledge_timer, timer_event});
+                ServiceSetup{plat::kIrqTimer0 + timer, timer, callback, judge, acknowledge_timer, timer_event});
             if (!e.thread) return false;
         }
     }

@@ -14,7 +14,7 @@
 namespace vex::irq {
 
 struct ServiceThread::Run {
-    ServiceSpec spec;
+    ServiceSetup setup;
     int wake = -1;                  // stop and look-again requests
     std::atomic<bool> stopping{false};
     std::mutex mutex;               // guards `done`, for waiting on it
@@ -25,27 +25,27 @@ struct ServiceThread::Run {
     ~Run() { plat::close_event(wake); }
 
     void loop() {
-        plat::InterruptWaiter waiter(spec.interrupt_id);
+        plat::InterruptWaiter waiter(setup.interrupt_id);
         for (;;) {
-            const auto woke = waiter.wait(spec.event_of(spec.index), wake);
+            const auto woke = waiter.wait(setup.event_of(setup.index), wake);
             if (woke == plat::InterruptWaiter::Wake::Failed) break;
             if (woke == plat::InterruptWaiter::Wake::Cancelled) plat::take_event(wake);
             if (stopping.load(std::memory_order_acquire)) break;
             if (woke != plat::InterruptWaiter::Wake::Signalled) continue;  // look again
-            const After after = spec.judge(spec.callback());
+            const After after = setup.judge(setup.callback());
             if (after == After::End) break;
-            if (after == After::Acknowledge) spec.acknowledge(spec.index);
+            if (after == After::Acknowledge) setup.acknowledge(setup.index);
         }
-        spec.acknowledge(spec.index);
+        setup.acknowledge(setup.index);
         std::lock_guard<std::mutex> lock(mutex);
         done = true;
         done_cv.notify_all();
     }
 };
 
-std::unique_ptr<ServiceThread> ServiceThread::start(const ServiceSpec& spec) {
+std::unique_ptr<ServiceThread> ServiceThread::start(const ServiceSetup& setup) {
     auto run = std::make_shared<Run>();
-    run->spec = spec;
+    run->setup = setup;
     run->wake = plat::create_event();
     if (run->wake < 0) return nullptr;
     // The thread holds the run too: it outlives an abandoned handle. Without

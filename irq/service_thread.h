@@ -22,7 +22,7 @@ namespace vex::irq {
 
 enum class After { Acknowledge, Nothing, End };
 
-struct ServiceSpec {
+struct ServiceSetup {
     uint32_t interrupt_id;                 // taken directly while bound to the event
     uint32_t index;                        // slot or timer number
     VEX_IRQ_CALLBACK callback;
@@ -35,7 +35,7 @@ class ServiceThread {
 public:
     // Starts the thread. Null when no thread (or no wake-up event for it)
     // can be made.
-    static std::unique_ptr<ServiceThread> start(const ServiceSpec& spec);
+    static std::unique_ptr<ServiceThread> start(const ServiceSetup& setup);
     ~ServiceThread();  // only for a thread that has ended or never ran; see bury()
     ServiceThread(const ServiceThread&) = delete;
     ServiceThread& operator=(const ServiceThread&) = delete;

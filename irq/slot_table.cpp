@@ -138,8 +138,8 @@ bool start_slot_thread(uint32_t slot) {
     std::lock_guard<std::mutex> lock(g_slot_mutex);
     SlotEntry& e = g_slots[slot];
     if (!e.callback) return false;
-    ServiceSpec spec{interrupt_of(slot), slot, e.callback, judge, acknowledge_slot, waitable_event};
-    auto thread = ServiceThread::start(spec);
+    ServiceSetup setup{interrupt_of(slot), slot, e.callback, judge, acknowledge_slot, waitable_event};
+    auto thread = ServiceThread::start(setup);
     if (!thread) return false;
     // A thread left from an earlier registration that ended on its own
     // (its callback returned 3) goes to be joined.

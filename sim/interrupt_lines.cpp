@@ -213,17 +213,17 @@ private:
     // Arms the timerfd at the line's next deadline. State locked.
     void arm(const State& s) {
         const uint64_t deadline = line_deadline(s, line_);
-        itimerspec spec{};
+        itimerspec when{};
         if (deadline != UINT64_MAX) {
             // The instance clock runs ahead of the monotonic clock by the skew.
             const uint64_t skew = __atomic_load_n(&s.skew_ns, __ATOMIC_RELAXED);
             const uint64_t mono = deadline > skew ? deadline - skew : 1;
-            spec.it_value.tv_sec = static_cast<time_t>(mono / 1000000000ull);
-            spec.it_value.tv_nsec = static_cast<long>(mono % 1000000000ull);
-            if (mono == 0) spec.it_value.tv_nsec = 1;
+            when.it_value.tv_sec = static_cast<time_t>(mono / 1000000000ull);
+            when.it_value.tv_nsec = static_cast<long>(mono % 1000000000ull);
+            if (mono == 0) when.it_value.tv_nsec = 1;
         }
         // Cannot fail with a valid descriptor and value.
-        if (irq_calls().timerfd_settime(timer_, TFD_TIMER_ABSTIME, &spec, nullptr) != 0) return;
+        if (irq_calls().timerfd_settime(timer_, TFD_TIMER_ABSTIME, &when, nullptr) != 0) return;
     }
 
     void kick_self() {
