@@ -152,4 +152,6 @@ void SimFixture::reattach() {
     frame::library_attach();
 }
 
+bool under_emulator() { return !plat::wrapped_command({}).empty(); }
+
 }  // namespace vex::test
