@@ -169,7 +169,7 @@ VEXSDK_API VEX_BOOL vex_ReadAIAllHex(VEX_PORT port, int32_t address, uint32_t* v
 
 VEXSDK_API VEX_BOOL vex_ReadAIAllExt(VEX_PORT port, int32_t address, float* values, int32_t capacity, int32_t* count) {
     return read_all_bounded(port, address, values, capacity, count,
-                            [](const Located& at, float* v, size_t room, size_t* n) {
+                            [](Located at, float* v, size_t room, size_t* n) {
                                 return at.ops->read_ai_all(at, v, room, n);
                             });
 }
@@ -177,7 +177,7 @@ VEXSDK_API VEX_BOOL vex_ReadAIAllExt(VEX_PORT port, int32_t address, float* valu
 VEXSDK_API VEX_BOOL vex_ReadAIAllHexExt(VEX_PORT port, int32_t address, uint32_t* values, int32_t capacity,
                                         int32_t* count) {
     return read_all_bounded(port, address, values, capacity, count,
-                            [](const Located& at, uint32_t* v, size_t room, size_t* n) {
+                            [](Located at, uint32_t* v, size_t room, size_t* n) {
                                 return at.ops->read_ai_all_hex(at, v, room, n);
                             });
 }
