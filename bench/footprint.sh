@@ -8,7 +8,7 @@
 # against the same figures for libsqlite3 (a library of similar weight),
 # measured in the same run.
 #
-# Each target first gets two uncounted loads, a second apart: the first
+# Each target first gets two uncounted loads, three seconds apart: the first
 # makes the registry where there is none, the second (the registry now
 # quiet) records the snapshot of the values the load sequence reads. The
 # rounds then measure a load as programs meet it day to day; the first load
@@ -49,7 +49,7 @@ report() {  # name, then three result lines on stdin
 
 rounds() {
   # warm-up, not counted (see above); its idle time (the last argument) 0
-  for _ in 1 2; do sleep 1.1; "${@:1:$#-1}" 0 >/dev/null 2>&1 || true; done
+  for _ in 1 2; do sleep 3.1; "${@:1:$#-1}" 0 >/dev/null 2>&1 || true; done
   for _ in 1 2 3; do "$@"; done
 }
 

@@ -8,9 +8,10 @@
 // answers only while all of them are as recorded. Every write to the store
 // changes one of them, so a changed database is read again. It is written
 // only after a read from the store that the files did not change around,
-// and only when they had been quiet for a second before: a write in the
-// same clock tick as the last recorded one could otherwise keep its time
-// stamp. Writing is best effort (a folder we may not write in just means
+// and only when they had been quiet for three seconds before: a write in
+// the same clock tick as the last recorded one could otherwise keep its
+// time stamp (a tick is a few milliseconds on most file systems, two
+// seconds on FAT). Writing is best effort (a folder we may not write in just means
 // every load reads the store); the file is replaced by rename, so readers
 // see the old or the new one whole.
 #include <fcntl.h>
@@ -30,7 +31,7 @@ namespace vex::plat::registry {
 namespace {
 
 constexpr const char* kMagic = "vexsdk registry snapshot 1\n";
-constexpr int64_t kQuietNs = 1000000000;
+constexpr int64_t kQuietNs = 3000000000;
 // Far more than the few entries the load sequence makes.
 constexpr size_t kMaxBytes = 16384;
 
