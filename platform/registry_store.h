@@ -81,6 +81,9 @@ public:
     uint32_t set_generation(const std::string& generation);
 
     uint32_t key_exists(Root root, std::wstring_view key);
+    // Whether the key or a key above it is volatile (it vanishes when the
+    // target restarts); VEX_REG_FILE_NOT_FOUND when there is no such key.
+    uint32_t key_is_volatile(Root root, std::wstring_view key, bool& is_volatile);
     // Creates the key and any missing parents (parents are created with the
     // same volatility). An existing key is opened as it is.
     uint32_t create_key(Root root, std::wstring_view key, bool is_volatile = false);

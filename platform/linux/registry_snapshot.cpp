@@ -3,17 +3,24 @@
 // that loading the library touches no page of SQLite (about a megabyte of
 // resident text once a query has run).
 //
-// The snapshot names the target's generation and the identity, size and
-// modification time of the database file and of its write-ahead log; it
-// answers only while all of them are as recorded. Every write to the store
-// changes one of them, so a changed database is read again. It is written
-// only after a read from the store that the files did not change around,
-// and only when they had been quiet for three seconds before: a write in
-// the same clock tick as the last recorded one could otherwise keep its
-// time stamp (a tick is a few milliseconds on most file systems, two
-// seconds on FAT). Writing is best effort (a folder we may not write in just means
-// every load reads the store); the file is replaced by rename, so readers
-// see the old or the new one whole.
+// The snapshot names the identity, size and modification time of the
+// database file and of its write-ahead log; it answers only while all of
+// them are as recorded. Every write to the store changes one of them, so a
+// changed database is read again. It is written only after a read from the
+// store that the files did not change around, and only when they had been
+// quiet for three seconds before: a write in the same clock tick as the last
+// recorded one could otherwise keep its time stamp (a tick is a few
+// milliseconds on most file systems, two seconds on FAT). Writing is best
+// effort (a folder we may not write in just means every load reads the
+// store); the file is replaced by rename, so readers see the old or the new
+// one whole.
+//
+// A restart of the target (a new generation) deletes volatile keys, the next
+// time the store is used. An answer from a volatile key therefore holds only
+// in the generation it was read in; an answer from a lasting key, and the
+// absence of a value, hold across restarts for as long as the files do.
+// So a virtual controller powered up afresh for every program, or the first
+// load after boot, still needs no SQLite.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -21,6 +28,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "platform/registry_store.h"
 #include "platform/target.h"
@@ -30,15 +38,15 @@
 namespace vex::plat::registry {
 namespace {
 
-constexpr const char* kMagic = "vexsdk registry snapshot 1\n";
+constexpr const char* kMagic = "vexsdk registry snapshot 2\n";
 constexpr int64_t kQuietNs = 3000000000;
 // Far more than the few entries the load sequence makes.
 constexpr size_t kMaxBytes = 16384;
 
 int64_t ns_of(const struct timespec& t) { return static_cast<int64_t>(t.tv_sec) * 1000000000 + t.tv_nsec; }
 
-// The state of the database files as one line; false when there is no
-// database or a rollback journal is pending (an interrupted write).
+// The state of the database files as text; false when there is no database
+// or a rollback journal is pending (an interrupted write).
 bool files_state(const std::string& db, std::string& state, int64_t& newest_ns) {
     struct stat d {};
     if (::stat(db.c_str(), &d) != 0) return false;
@@ -63,45 +71,58 @@ bool files_state(const std::string& db, std::string& state, int64_t& newest_ns) 
     return true;
 }
 
-std::string header(const std::string& generation, const std::string& state) {
-    return std::string(kMagic) + "generation " + generation + "\n" + state;
+// One entry: "<root> <result> <type> <lasting> <key bytes> <name bytes>
+// <text bytes>\n", the three fields' bytes and a newline. `lasting` is 0
+// for an answer that holds only in the snapshot's generation.
+struct Entry {
+    unsigned root = 0, result = 0, type = 0, lasting = 0;
+    std::string key, name, text;
+};
+
+std::string format(const Entry& e) {
+    char line[128];
+    std::snprintf(line, sizeof line, "%u %u %u %u %zu %zu %zu\n", e.root, e.result, e.type, e.lasting, e.key.size(),
+                  e.name.size(), e.text.size());
+    return line + e.key + e.name + e.text + "\n";
 }
 
-// One entry: "<root> <result> <type> <key bytes> <name bytes> <text bytes>\n"
-// then the three fields' bytes and a newline.
-std::string entry(Root root, uint32_t result, const Value& v, const std::string& key, const std::string& name) {
-    const std::string text = to_utf8(v.text);
-    char line[96];
-    std::snprintf(line, sizeof line, "%u %u %u %zu %zu %zu\n", static_cast<unsigned>(root), result, v.type,
-                  key.size(), name.size(), text.size());
-    return line + key + name + text + "\n";
+// Reads the entry at `at` of `body` and moves past it; false at the end or
+// when the body does not parse.
+bool next(const std::string& body, size_t& at, Entry& e) {
+    const size_t eol = body.find('\n', at);
+    if (eol == std::string::npos) return false;
+    const std::string line = body.substr(at, eol - at);
+    size_t kn = 0, nn = 0, tn = 0;
+    if (std::sscanf(line.c_str(), "%u %u %u %u %zu %zu %zu", &e.root, &e.result, &e.type, &e.lasting, &kn, &nn,
+                    &tn) != 7)
+        return false;
+    const size_t fields = eol + 1;
+    if (kn > kMaxBytes || nn > kMaxBytes || tn > kMaxBytes || fields + kn + nn + tn + 1 > body.size() ||
+        body[fields + kn + nn + tn] != '\n')
+        return false;
+    e.key = body.substr(fields, kn);
+    e.name = body.substr(fields + kn, nn);
+    e.text = body.substr(fields + kn + nn, tn);
+    at = fields + kn + nn + tn + 1;
+    return true;
 }
 
-// Finds the entry in `body` (everything after the header); false when it
-// is absent or the body does not parse.
-bool find(const std::string& body, Root root, const std::string& key, const std::string& name, uint32_t& result,
-          Value& out) {
-    size_t at = 0;
-    while (at < body.size()) {
-        const size_t eol = body.find('\n', at);
-        if (eol == std::string::npos) return false;
-        unsigned r = 0, res = 0, type = 0;
-        size_t kn = 0, nn = 0, tn = 0;
-        const std::string line = body.substr(at, eol - at);
-        if (std::sscanf(line.c_str(), "%u %u %u %zu %zu %zu", &r, &res, &type, &kn, &nn, &tn) != 6) return false;
-        const size_t fields = eol + 1;
-        if (kn > kMaxBytes || nn > kMaxBytes || tn > kMaxBytes || fields + kn + nn + tn + 1 > body.size()) return false;
-        if (r == static_cast<unsigned>(root) && body.compare(fields, kn, key) == 0 && kn == key.size() &&
-            nn == name.size() && body.compare(fields + kn, nn, name) == 0) {
-            result = res;
-            out = Value{};
-            out.type = type;
-            out.text = from_utf8(std::string_view(body).substr(fields + kn + nn, tn));
-            return true;
-        }
-        at = fields + kn + nn + tn + 1;
+// A snapshot that holds for the database files as they are: its entries
+// (those still true in `generation`).
+bool current_entries(const std::string& data, const std::string& state, const std::string& generation,
+                     std::vector<Entry>& out) {
+    const std::string head = std::string(kMagic) + state + "generation ";
+    if (data.compare(0, head.size(), head) != 0) return false;
+    const size_t eol = data.find('\n', head.size());
+    if (eol == std::string::npos) return false;
+    const bool same_generation = data.compare(head.size(), eol - head.size(), generation) == 0;
+    size_t at = eol + 1;
+    Entry e;
+    while (at < data.size()) {
+        if (!next(data, at, e)) return false;
+        if (e.lasting || same_generation) out.push_back(e);
     }
-    return false;
+    return true;
 }
 
 std::string read_file(const std::string& path) {
@@ -136,29 +157,47 @@ uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view n
     const std::string db = registry_path();
     if (db.empty()) return current_store()->get_value(root, key, name, out);
     const std::string snapshot_path = db + ".snapshot";
-    const std::string key8 = to_utf8(key), name8 = to_utf8(name);
     const std::string generation = volatile_generation();
+    Entry wanted;
+    wanted.root = static_cast<unsigned>(root);
+    wanted.key = to_utf8(key);
+    wanted.name = to_utf8(name);
 
     std::string before;
     int64_t newest = 0;
     const bool have_files = files_state(db, before, newest);
-    const std::string head = header(generation, before);
-    std::string snapshot = have_files ? read_file(snapshot_path) : std::string();
-    const bool current = snapshot.size() >= head.size() && snapshot.compare(0, head.size(), head) == 0;
-    uint32_t result = 0;
-    if (current && find(snapshot.substr(head.size()), root, key8, name8, result, out)) return result;
+    std::vector<Entry> entries;
+    const bool current = have_files && current_entries(read_file(snapshot_path), before, generation, entries);
+    for (const Entry& e : entries) {
+        if (e.root != wanted.root || e.key != wanted.key || e.name != wanted.name) continue;
+        out = Value{};
+        out.type = e.type;
+        out.text = from_utf8(e.text);
+        return e.result;
+    }
 
-    result = current_store()->get_value(root, key, name, out);
+    const std::shared_ptr<Store> store = current_store();
+    const uint32_t result = store->get_value(root, key, name, out);
     // Only the answers the load sequence can act on: a string, or nothing.
-    const bool keep = (result == VEX_REG_SUCCESS && Value::is_string_type(out.type)) || result == VEX_REG_FILE_NOT_FOUND;
+    bool is_volatile = false;
+    if (result == VEX_REG_SUCCESS &&
+        (!Value::is_string_type(out.type) || store->key_is_volatile(root, key, is_volatile) != VEX_REG_SUCCESS))
+        return result;
+    if (result != VEX_REG_SUCCESS && result != VEX_REG_FILE_NOT_FOUND) return result;
     std::string after;
     int64_t newest_after = 0;
-    if (!keep || !have_files || !files_state(db, after, newest_after) || after != before ||
+    if (!have_files || !files_state(db, after, newest_after) || after != before ||
         newest_after > realtime_ns() - kQuietNs)
         return result;
-    const Value recorded = result == VEX_REG_SUCCESS ? out : Value{};
-    const std::string entries = current ? snapshot.substr(head.size()) : std::string();
-    const std::string data = head + entries + entry(root, result, recorded, key8, name8);
+    wanted.result = result;
+    wanted.type = result == VEX_REG_SUCCESS ? out.type : 0;
+    wanted.text = result == VEX_REG_SUCCESS ? to_utf8(out.text) : std::string();
+    // A missing value stays missing when volatile keys go.
+    wanted.lasting = result == VEX_REG_FILE_NOT_FOUND || !is_volatile ? 1 : 0;
+    if (!current) entries.clear();
+    entries.push_back(wanted);
+    std::string data = std::string(kMagic) + after + "generation " + generation + "\n";
+    for (const Entry& e : entries) data += format(e);
     if (data.size() <= kMaxBytes) replace_file(snapshot_path, data);
     return result;
 }

@@ -107,6 +107,30 @@ TEST_F(RegistrySnapshot, AValidSnapshotAnswersAndADamagedOneIsIgnored) {
     }
 }
 
+// A restart of the target takes volatile keys away: their answers must not
+// outlive it, while lasting ones are still answered without the store.
+TEST_F(RegistrySnapshot, OnlyLastingAnswersOutliveARestart) {
+    set(L"id", L"lasting");
+    ASSERT_EQ(reg::current_store()->create_key(kLm, L"Gone", true), 0u);
+    ASSERT_EQ(reg::current_store()->set_value(kLm, L"Gone", L"id", reg::Value::string(L"volatile")), 0u);
+    age_files();
+    reg::Value v;
+    ASSERT_EQ(reg::get_value_at_load(kLm, L"Snap", L"id", v), 0u);
+    ASSERT_EQ(reg::get_value_at_load(kLm, L"Gone", L"id", v), 0u);
+    EXPECT_EQ(v.text, L"volatile");
+    std::string recorded = read_snapshot();
+    const size_t at = recorded.find("lasting");
+    ASSERT_NE(at, std::string::npos);
+    write_snapshot(recorded.replace(at, 7, "LASTING"));
+
+    // The restart as the virtual controller records it: a new generation,
+    // the database untouched until the store is next used.
+    std::ofstream(vex::plat::instance_dir(vex::plat::target().instance) + "/generation") << "after-restart\n";
+    ASSERT_EQ(reg::get_value_at_load(kLm, L"Snap", L"id", v), 0u);
+    EXPECT_EQ(v.text, L"LASTING") << "a lasting answer holds across the restart";
+    EXPECT_EQ(reg::get_value_at_load(kLm, L"Gone", L"id", v), VEX_REG_FILE_NOT_FOUND) << "volatile answer outlived it";
+}
+
 TEST_F(RegistrySnapshot, LoadReadsTheModelAndAdapterNamesThroughIt) {
     // The default controller's hardware ID picks the multi-slot model, and
     // a changed ID is seen by the next load even right after the write.
