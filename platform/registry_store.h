@@ -121,12 +121,16 @@ private:
 std::shared_ptr<Store> current_store();
 
 // The same answer as current_store()->get_value(), for the reads the
-// library's load sequence makes: a string value or its absence. While the
-// database is unchanged since such an answer was last read, it comes from a
-// small snapshot file beside the database ("<database>.snapshot") and no
-// SQLite code runs, which keeps loading the library light. Any other
+// library's load sequence makes: a string or number value or its absence.
+// While the database is unchanged since such an answer was last read, it
+// comes from a small snapshot file beside the database ("<database>.snapshot")
+// and no SQLite code runs, which keeps loading the library light. Any other
 // answer (another type, a failure) is read from the store every time.
 uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view name, Value& out);
+// The same for the database at db_path of a target in `generation` (a
+// virtual controller's power-up checks its presets with it).
+uint32_t get_value_at_load(const std::string& db_path, const std::string& generation, Root root,
+                           std::wstring_view key, std::wstring_view name, Value& out);
 
 // Writes a value into the store at db_path, creating the keys on the way.
 // Used by the virtual controller to preset its registry. `key` is the path

@@ -15,18 +15,26 @@
 // store); the file is replaced by rename, so readers see the old or the new
 // one whole.
 //
-// A restart of the target (a new generation) deletes volatile keys, the next
-// time the store is used. An answer from a volatile key therefore holds only
-// in the generation it was read in; an answer from a lasting key, and the
-// absence of a value, hold across restarts for as long as the files do.
-// So a virtual controller powered up afresh for every program, or the first
-// load after boot, still needs no SQLite.
+// Strings and numbers are kept (the load sequence reads strings, a virtual
+// controller's power-up compares its number and string presets before
+// writing them), and the absence of a value.
+//
+// A restart of the target (a new generation) deletes volatile keys the next
+// time the store is used, and bringing the database into the generation is
+// a write. So the store is read here without that step, which is exact for
+// an absent value and for one outside volatile keys (purging only takes
+// volatile keys away); a value in a volatile key is read again through the
+// store of the current generation and never recorded. The first load after
+// boot, or a program that powers up its own virtual controller, then needs
+// no SQLite either.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,7 +46,7 @@
 namespace vex::plat::registry {
 namespace {
 
-constexpr const char* kMagic = "vexsdk registry snapshot 2\n";
+constexpr const char* kMagic = "vexsdk registry snapshot 3\n";
 constexpr int64_t kQuietNs = 3000000000;
 // Far more than the few entries the load sequence makes.
 constexpr size_t kMaxBytes = 16384;
@@ -71,18 +79,17 @@ bool files_state(const std::string& db, std::string& state, int64_t& newest_ns) 
     return true;
 }
 
-// One entry: "<root> <result> <type> <lasting> <key bytes> <name bytes>
-// <text bytes>\n", the three fields' bytes and a newline. `lasting` is 0
-// for an answer that holds only in the snapshot's generation.
+// One entry: "<root> <result> <type> <key bytes> <name bytes> <text
+// bytes>\n", then the three fields' bytes and a newline.
 struct Entry {
-    unsigned root = 0, result = 0, type = 0, lasting = 0;
+    unsigned root = 0, result = 0, type = 0;
     std::string key, name, text;
 };
 
 std::string format(const Entry& e) {
     char line[128];
-    std::snprintf(line, sizeof line, "%u %u %u %u %zu %zu %zu\n", e.root, e.result, e.type, e.lasting, e.key.size(),
-                  e.name.size(), e.text.size());
+    std::snprintf(line, sizeof line, "%u %u %u %zu %zu %zu\n", e.root, e.result, e.type, e.key.size(), e.name.size(),
+                  e.text.size());
     return line + e.key + e.name + e.text + "\n";
 }
 
@@ -93,8 +100,7 @@ bool next(const std::string& body, size_t& at, Entry& e) {
     if (eol == std::string::npos) return false;
     const std::string line = body.substr(at, eol - at);
     size_t kn = 0, nn = 0, tn = 0;
-    if (std::sscanf(line.c_str(), "%u %u %u %u %zu %zu %zu", &e.root, &e.result, &e.type, &e.lasting, &kn, &nn,
-                    &tn) != 7)
+    if (std::sscanf(line.c_str(), "%u %u %u %zu %zu %zu", &e.root, &e.result, &e.type, &kn, &nn, &tn) != 6)
         return false;
     const size_t fields = eol + 1;
     if (kn > kMaxBytes || nn > kMaxBytes || tn > kMaxBytes || fields + kn + nn + tn + 1 > body.size() ||
@@ -107,20 +113,16 @@ bool next(const std::string& body, size_t& at, Entry& e) {
     return true;
 }
 
-// A snapshot that holds for the database files as they are: its entries
-// (those still true in `generation`).
-bool current_entries(const std::string& data, const std::string& state, const std::string& generation,
-                     std::vector<Entry>& out) {
-    const std::string head = std::string(kMagic) + state + "generation ";
+// The entries of a snapshot taken of the database files as they are now;
+// false for any other snapshot or one that does not parse.
+bool current_entries(const std::string& data, const std::string& state, std::vector<Entry>& out) {
+    const std::string head = std::string(kMagic) + state;
     if (data.compare(0, head.size(), head) != 0) return false;
-    const size_t eol = data.find('\n', head.size());
-    if (eol == std::string::npos) return false;
-    const bool same_generation = data.compare(head.size(), eol - head.size(), generation) == 0;
-    size_t at = eol + 1;
+    size_t at = head.size();
     Entry e;
     while (at < data.size()) {
         if (!next(data, at, e)) return false;
-        if (e.lasting || same_generation) out.push_back(e);
+        out.push_back(e);
     }
     return true;
 }
@@ -151,13 +153,25 @@ int64_t realtime_ns() {
     return ns_of(now);
 }
 
-}  // namespace
+// The text an answer is kept as: a string as UTF-8, a number in decimal.
+std::string kept_text(const Value& v) { return v.type == kTypeDword ? std::to_string(v.number) : to_utf8(v.text); }
 
-uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view name, Value& out) {
-    const std::string db = registry_path();
-    if (db.empty()) return current_store()->get_value(root, key, name, out);
+Value value_of(const Entry& e) {
+    Value v;
+    v.type = e.type;
+    if (e.type == kTypeDword)
+        v.number = static_cast<uint32_t>(std::strtoul(e.text.c_str(), nullptr, 10));
+    else
+        v.text = from_utf8(e.text);
+    return v;
+}
+
+// The lookup on database `db`; `store_of` gives the store of the target's
+// current generation.
+template <typename StoreOf>
+uint32_t lookup(const std::string& db, StoreOf store_of, Root root,
+                std::wstring_view key, std::wstring_view name, Value& out) {
     const std::string snapshot_path = db + ".snapshot";
-    const std::string generation = volatile_generation();
     Entry wanted;
     wanted.root = static_cast<unsigned>(root);
     wanted.key = to_utf8(key);
@@ -167,22 +181,28 @@ uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view n
     int64_t newest = 0;
     const bool have_files = files_state(db, before, newest);
     std::vector<Entry> entries;
-    const bool current = have_files && current_entries(read_file(snapshot_path), before, generation, entries);
+    const bool current = have_files && current_entries(read_file(snapshot_path), before, entries);
     for (const Entry& e : entries) {
         if (e.root != wanted.root || e.key != wanted.key || e.name != wanted.name) continue;
-        out = Value{};
-        out.type = e.type;
-        out.text = from_utf8(e.text);
+        out = value_of(e);
         return e.result;
     }
 
-    const std::shared_ptr<Store> store = current_store();
-    const uint32_t result = store->get_value(root, key, name, out);
-    // Only the answers the load sequence can act on: a string, or nothing.
+    // Read without bringing the database into the current generation: that
+    // would be a write, and a snapshot is only recorded while the files
+    // stay as they are. Purging only takes volatile keys away, so an
+    // absent value and a value outside volatile keys read the same either
+    // way; a value in a volatile key is read again through `store_of`,
+    // which purges first, and never recorded.
+    Store unsynced(db, std::string());
+    uint32_t result = unsynced.get_value(root, key, name, out);
     bool is_volatile = false;
-    if (result == VEX_REG_SUCCESS &&
-        (!Value::is_string_type(out.type) || store->key_is_volatile(root, key, is_volatile) != VEX_REG_SUCCESS))
-        return result;
+    if (result == VEX_REG_SUCCESS && unsynced.key_is_volatile(root, key, is_volatile) != VEX_REG_SUCCESS)
+        is_volatile = true;  // cannot tell: take the safe side
+    if (is_volatile) return store_of().get_value(root, key, name, out);
+    // Only the answers the load sequence and the presets act on: a string,
+    // a number, or nothing.
+    if (result == VEX_REG_SUCCESS && !Value::is_string_type(out.type) && out.type != kTypeDword) return result;
     if (result != VEX_REG_SUCCESS && result != VEX_REG_FILE_NOT_FOUND) return result;
     std::string after;
     int64_t newest_after = 0;
@@ -191,15 +211,36 @@ uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view n
         return result;
     wanted.result = result;
     wanted.type = result == VEX_REG_SUCCESS ? out.type : 0;
-    wanted.text = result == VEX_REG_SUCCESS ? to_utf8(out.text) : std::string();
-    // A missing value stays missing when volatile keys go.
-    wanted.lasting = result == VEX_REG_FILE_NOT_FOUND || !is_volatile ? 1 : 0;
+    wanted.text = result == VEX_REG_SUCCESS ? kept_text(out) : std::string();
     if (!current) entries.clear();
     entries.push_back(wanted);
-    std::string data = std::string(kMagic) + after + "generation " + generation + "\n";
+    std::string data = std::string(kMagic) + after;
     for (const Entry& e : entries) data += format(e);
     if (data.size() <= kMaxBytes) replace_file(snapshot_path, data);
     return result;
+}
+
+}  // namespace
+
+uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view name, Value& out) {
+    const std::string db = registry_path();
+    std::shared_ptr<Store> store;
+    auto store_of = [&]() -> Store& {
+        if (!store) store = current_store();
+        return *store;
+    };
+    if (db.empty()) return store_of().get_value(root, key, name, out);
+    return lookup(db, store_of, root, key, name, out);
+}
+
+uint32_t get_value_at_load(const std::string& db_path, const std::string& generation, Root root,
+                           std::wstring_view key, std::wstring_view name, Value& out) {
+    std::unique_ptr<Store> store;
+    auto store_of = [&]() -> Store& {
+        if (!store) store = std::make_unique<Store>(db_path, generation);
+        return *store;
+    };
+    return lookup(db_path, store_of, root, key, name, out);
 }
 
 }  // namespace vex::plat::registry

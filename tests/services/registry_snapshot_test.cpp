@@ -131,6 +131,29 @@ TEST_F(RegistrySnapshot, OnlyLastingAnswersOutliveARestart) {
     EXPECT_EQ(reg::get_value_at_load(kLm, L"Gone", L"id", v), VEX_REG_FILE_NOT_FOUND) << "volatile answer outlived it";
 }
 
+// A power-up writes the description's values only where the registry does
+// not already hold them; a value changed since the snapshot was taken is
+// written back all the same.
+TEST_F(RegistrySnapshot, PowerUpRestoresPresetsTheSnapshotNoLongerVouchesFor) {
+    const std::wstring hwid_key = L"HARDWARE\\MODULETYPE";
+    age_files();
+    std::string error;
+    ASSERT_TRUE(sim().power_cycle(&error)) << error;  // checks every preset, records them once quiet
+    age_files();
+    ASSERT_TRUE(sim().power_cycle(&error)) << error;
+    ASSERT_NE(read_snapshot().find("RunningMode"), std::string::npos) << "the presets were looked up";
+
+    put(hwid_key.c_str(), L"HWID", L"DM3-changed");
+    ASSERT_EQ(reg::current_store()->set_value(kLm, L"VORLAN", L"RunningMode", reg::Value::dword(7)), 0u);
+    ASSERT_TRUE(sim().power_cycle(&error)) << error;
+    reg::Value v;
+    ASSERT_EQ(reg::current_store()->get_value(kLm, hwid_key, L"HWID", v), 0u);
+    EXPECT_EQ(v.text, L"HR4-8000");
+    ASSERT_EQ(reg::current_store()->get_value(kLm, L"VORLAN", L"RunningMode", v), 0u);
+    EXPECT_EQ(v.type, reg::kTypeDword);
+    EXPECT_EQ(v.number, 0u);
+}
+
 TEST_F(RegistrySnapshot, LoadReadsTheModelAndAdapterNamesThroughIt) {
     // The default controller's hardware ID picks the multi-slot model, and
     // a changed ID is seen by the next load even right after the write.
