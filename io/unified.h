@@ -89,20 +89,34 @@ enum class UnitForm : uint8_t { UnitSlot, LocalSlot };
 const modproto::SerialFamily& serial_family(Located at);
 modproto::Target serial_target(Located at);
 
+namespace detail {
+// A local slot below 8: the presence register (active low, one bit per
+// slot), then the slot's ID register, each read through `read8`.
+template <typename Read8>
+inline Located resolve_slot(uint32_t port, int32_t slot, Read8 read8) {
+    if (((read8(frame::kRegSlotPresence) >> slot) & 1u) != 0) return Located{&kEmptyOps, port, slot};
+    if (read8(frame::slot_page(static_cast<uint32_t>(slot)) + kRegId) == kSerialModuleId) [[unlikely]]
+        return Located{&kSerialOps, port, slot};
+    return Located{&kParallelOps, port, slot};
+}
+// The same through the bus accessors (virtual controller, or no
+// controller at all), out of line.
+Located resolve_slot_on_bus(uint32_t port, int32_t slot);
+}  // namespace detail
+
 // Local slots 8 and above have no module page and no presence bit: they
 // resolve as empty, so that no slot selection is made for a slot the
-// backplane does not have. Inline: a control loop reading a parallel-bus
-// module pays two register reads and no call for it.
-inline Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot) {
+// backplane does not have. Inline: on hardware a control loop reading a
+// parallel-bus module pays two loads through the mapped window and no call
+// for it.
+VEXSDK_DEVICE_ACCESS inline Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot) {
     if (address >= 0x1000 && (address < 0x100000 || unit == UnitForm::UnitSlot)) [[unlikely]]
         return Located{&kSerialOps, port, address};
     const int32_t slot = address & 0xFF;
-    // The presence register is active low, one bit per slot.
-    if (slot >= static_cast<int32_t>(kModuleSlots) || ((plat::bus_read8(frame::kRegSlotPresence) >> slot) & 1u) != 0)
-        return Located{&kEmptyOps, port, slot};
-    if (module_read8(static_cast<uint32_t>(slot), kRegId) == kSerialModuleId) [[unlikely]]
-        return Located{&kSerialOps, port, slot};
-    return Located{&kParallelOps, port, slot};
+    if (slot >= static_cast<int32_t>(kModuleSlots)) return Located{&kEmptyOps, port, slot};
+    if (volatile uint8_t* base = plat::g_backplane_direct) [[likely]]
+        return detail::resolve_slot(port, slot, [base](uint32_t offset) -> uint8_t { return base[offset]; });
+    return detail::resolve_slot_on_bus(port, slot);
 }
 
 // The refusal of every operation a target kind cannot do:

@@ -2,6 +2,7 @@
 // operation of the target's table. Null outputs are refused first, the
 // same way for every kind of module.
 #include "frame/errors.h"
+#include "io/digital_inputs.h"
 #include "io/unified.h"
 #include "vexsdk.h"
 
@@ -34,9 +35,16 @@ VEX_BOOL read_all_bounded(VEX_PORT port, int32_t address, T* values, int32_t cap
 
 VEXSDK_EXTERN_C_BEGIN
 
+// The call control loops make most: a parallel-bus module's inputs are
+// read here, inline after the address checks, instead of through the
+// table (which does the same for every other caller).
 VEXSDK_API VEX_BOOL vex_ReadDI(VEX_PORT port, int32_t address, int32_t di_count, uint32_t* value) {
     if (!value) return null_output();
     const Located at = resolve(port, address);
+    if (at.ops == &kParallelOps) [[likely]] {
+        *value = vex::io::read_inputs(at.slot(), di_count);
+        return VEX_TRUE;
+    }
     return result(at.ops->read_di(at, di_count, value));
 }
 

@@ -11,6 +11,12 @@ bool refuse() {
     return false;
 }
 
+namespace detail {
+Located resolve_slot_on_bus(uint32_t port, int32_t slot) {
+    return resolve_slot(port, slot, [](uint32_t offset) { return plat::bus_read8(offset); });
+}
+}  // namespace detail
+
 // A serial module in a local slot is `where` < 0x100, which the standard
 // family takes as a local slot; a bus module is below 0x100000; the rest is
 // a unit slot (resolve() only makes that for the calls with a unit form).
