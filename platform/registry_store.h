@@ -125,7 +125,8 @@ std::shared_ptr<Store> current_store();
 // While the database is unchanged since such an answer was last read, it
 // comes from a small snapshot file beside the database ("<database>.snapshot")
 // and no SQLite code runs, which keeps loading the library light. Any other
-// answer (another type, a failure) is read from the store every time.
+// answer (another type, a failure) is read from the store every time. A
+// database that does not exist reads as empty and is not made.
 uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view name, Value& out);
 // The same for the database at db_path of a target in `generation` (a
 // virtual controller's power-up checks its presets with it).

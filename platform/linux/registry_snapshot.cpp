@@ -32,6 +32,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -188,6 +189,14 @@ uint32_t lookup(const std::string& db, StoreOf store_of, Root root,
         return e.result;
     }
 
+    // No database holds no values, and a read makes none (nor the folder of
+    // a virtual controller destroyed under the program). One with a write
+    // pending is the store's to sort out.
+    if (!have_files) {
+        struct stat st {};
+        if (::stat(db.c_str(), &st) != 0 && errno == ENOENT) return VEX_REG_FILE_NOT_FOUND;
+        return store_of().get_value(root, key, name, out);
+    }
     // Read without bringing the database into the current generation: that
     // would be a write, and a snapshot is only recorded while the files
     // stay as they are. Purging only takes volatile keys away, so an
@@ -206,7 +215,7 @@ uint32_t lookup(const std::string& db, StoreOf store_of, Root root,
     if (result != VEX_REG_SUCCESS && result != VEX_REG_FILE_NOT_FOUND) return result;
     std::string after;
     int64_t newest_after = 0;
-    if (!have_files || !files_state(db, after, newest_after) || after != before ||
+    if (!files_state(db, after, newest_after) || after != before ||
         newest_after > realtime_ns() - kQuietNs)
         return result;
     wanted.result = result;
