@@ -1,10 +1,13 @@
 // Backplane timers and the tick counters.
+#include <signal.h>
+
 #include <fstream>
 #include <sstream>
 #include <vector>
 
 #include "irq/masks.h"
 #include "irq/tick_counter.h"
+#include "sim/host.h"
 #include "tests/irq/irq_fixture.h"
 
 namespace vex::test {
@@ -77,6 +80,21 @@ TEST_F(Timers, ATickLiftsANormalThreadThatHoldsTheControllerLock) {
     EXPECT_TRUE(lifted) << "still at priority " << kernel_priority(self);
     EXPECT_TRUE(eventually([&] { return kernel_priority(self) == normal; })) << "back once it let go";
     vex_KillBPTimer(1);
+}
+
+TEST_F(Timers, KeepTickingWhenTheHostProcessDies) {
+    // Every process computes its timers' ticks from the shared state: the
+    // process hosting the instance is not on the way.
+    ASSERT_TRUE(vex_SetBPTimer(1, 10, kCallbacks[1]));
+    ASSERT_TRUE(wait_calls(1, 1));
+    const int host = sim::Host::host_pid(instance_name());
+    ASSERT_GT(host, 0) << "the fixture's instance has a host process";
+    ASSERT_EQ(::kill(host, SIGKILL), 0);
+    ASSERT_TRUE(eventually([&] { return ::kill(host, 0) != 0; }));
+    const int calls = g_cb[1].calls.load();
+    EXPECT_TRUE(wait_calls(1, calls + 50));
+    vex_KillBPTimer(1);
+    EXPECT_EQ(irq::shared_mask(irq::Mask::Timers), 0);
 }
 
 TEST_F(Timers, ACallbackMayKillItsOwnTimer) {
