@@ -75,23 +75,37 @@ void run(Monitor* m) {
 
 }  // namespace
 
-std::string adapter_interface(plat::registry::Store& store, int index) {
-    const std::wstring name = index == 1 ? L"LAN1" : L"LAN2";
-    plat::registry::Value v;
-    if (store.get_value(plat::registry::Root::LocalMachine, kEthernetKey, name, v) != VEX_REG_SUCCESS)
-        return index == 1 ? "eth0" : "eth1";
+namespace {
+
+const wchar_t* adapter_value(int index) { return index == 1 ? L"LAN1" : L"LAN2"; }
+
+std::string interface_from(uint32_t result, const plat::registry::Value& v, int index) {
+    if (result != VEX_REG_SUCCESS) return index == 1 ? "eth0" : "eth1";
     return plat::registry::Value::is_string_type(v.type) ? plat::to_utf8(v.text) : std::string();
+}
+
+}  // namespace
+
+std::string adapter_interface(plat::registry::Store& store, int index) {
+    plat::registry::Value v;
+    return interface_from(store.get_value(plat::registry::Root::LocalMachine, kEthernetKey, adapter_value(index), v),
+                          v, index);
 }
 
 namespace {
 
+// At load: through the registry snapshot, so that starting the monitor
+// runs no SQLite code while the registry is unchanged.
+std::string adapter_interface_at_load(int index) {
+    plat::registry::Value v;
+    return interface_from(
+        plat::registry::get_value_at_load(plat::registry::Root::LocalMachine, kEthernetKey, adapter_value(index), v),
+        v, index);
+}
+
 void start_locked(Monitor& m) {
     if (m.state.load() != kStopped) return;
-    std::string names[2];
-    if (auto store = plat::registry::current_store()) {
-        names[0] = adapter_interface(*store, 1);
-        names[1] = adapter_interface(*store, 2);
-    }
+    const std::string names[2] = {adapter_interface_at_load(1), adapter_interface_at_load(2)};
     {
         std::lock_guard<std::mutex> lock(m.mutex);
         m.names[0] = names[0];

@@ -456,6 +456,22 @@ uint32_t Store::key_exists(Root root, std::wstring_view key) {
     });
 }
 
+uint32_t Store::key_is_volatile(Root root, std::wstring_view key, bool& is_volatile) {
+    std::lock_guard lock(mutex_);
+    is_volatile = false;
+    return on_key(*impl_, generation_, root, key, false, [&](sqlite3* db, const std::vector<std::string>& names) {
+        int64_t id = root_id(root);
+        for (const std::string& name : names) {
+            Stmt q(db, "SELECT id, volatile FROM keys WHERE parent = ?1 AND name = ?2");
+            q.bind(1, id).bind(2, name);
+            if (!q.step()) return VEX_REG_FILE_NOT_FOUND;
+            id = q.integer(0);
+            if (q.integer(1) != 0) is_volatile = true;
+        }
+        return VEX_REG_SUCCESS;
+    });
+}
+
 uint32_t Store::create_key(Root root, std::wstring_view key, bool is_volatile) {
     std::lock_guard lock(mutex_);
     return on_key(*impl_, generation_, root, key, true, [&](sqlite3* db, const std::vector<std::string>& names) {
