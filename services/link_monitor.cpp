@@ -1,8 +1,10 @@
 #include "services/link_monitor.h"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -10,6 +12,7 @@
 
 #include "platform/fork.h"
 #include "platform/link_watch.h"
+#include "platform/thread_start.h"
 #include "platform/text_codec.h"
 #include "vexsdk.h"
 
@@ -106,15 +109,15 @@ void start_locked(Monitor& m) {
     if (watch) {
         apply_events(m, now);
         m.watch = watch.release();
-        try {
-            m.thread = new std::thread(run, &m);
+        auto thread = std::make_unique<std::thread>();
+        if (plat::start_thread(*thread, [mp = &m] { run(mp); })) {
+            m.thread = thread.release();
             m.state = kRunning;
             return;
-        } catch (const std::exception& e) {
-            why = std::string("cannot start the link monitor thread: ") + e.what();
-            delete m.watch;
-            m.watch = nullptr;
         }
+        why = std::string("cannot start the link monitor thread: ") + std::strerror(errno);
+        delete m.watch;
+        m.watch = nullptr;
     }
     // Like a device that would not open: the flags stay 0 and answer.
     std::lock_guard<std::mutex> lock(m.mutex);

@@ -14,6 +14,7 @@
 #include <sched.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/timerfd.h>
 #include <sys/types.h>
 
@@ -38,6 +39,8 @@ struct IrqCalls {
     int (*epoll_create1)(int flags);
     int (*epoll_ctl)(int epfd, int op, int fd, epoll_event* event);
     int (*pthread_setschedparam)(pthread_t thread, int policy, const sched_param* param);
+    int (*fstat)(int fd, struct stat* st);
+    ssize_t (*readlink)(const char* path, char* buf, size_t size);
 };
 
 // The table, by name ("eventfd", "timerfd_create", ...).

@@ -29,7 +29,9 @@
 namespace vex::plat {
 namespace {
 
-// /dev/uioN of the device called `name`, or "".
+// /dev/uioN of the device called `name`, or "". The sysfs listing is no
+// call of the table: a listing that fails finds no device, as a board
+// without the node does, and that answer is tested through $VEXSDK_UIO.
 std::string find_uio_device(const std::string& name) {
     DIR* dir = ::opendir("/sys/class/uio");
     if (!dir) return {};
@@ -90,7 +92,7 @@ std::unique_ptr<InterruptSource> open_uio_source(uint32_t id, std::string* error
     const int fd = irq_calls().open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return fail("open " + path + ": " + std::strerror(errno));
     struct stat st {};
-    const bool device = ::fstat(fd, &st) == 0 && S_ISCHR(st.st_mode);
+    const bool device = irq_calls().fstat(fd, &st) == 0 && S_ISCHR(st.st_mode);
     return std::make_unique<UioSource>(fd, device);
 }
 
