@@ -7,14 +7,15 @@
 namespace vex::plat {
 namespace {
 
-// Wrapped where the C library's declaration carries attributes the table's
-// plain types do not.
+// Wrapped where the C library's declaration is variadic or carries
+// attributes the table's plain types do not.
+int real_open(const char* path, int flags) { return ::open(path, flags); }
 int real_fstat(int fd, struct stat* st) { return ::fstat(fd, st); }
 ssize_t real_readlink(const char* path, char* buf, size_t size) { return ::readlink(path, buf, size); }
 
 constexpr IrqCalls kRealCalls = {
     ::eventfd, ::read,           ::write,          ::close,       ::poll,
-    ::open,    ::fcntl,   ::socket,         ::bind,           ::sendto,      ::recv,
+    real_open, ::fcntl,   ::socket,         ::bind,           ::sendto,      ::recv,
     ::timerfd_create, ::timerfd_settime, ::epoll_create1, ::epoll_ctl, ::pthread_setschedparam,
     real_fstat, real_readlink,
 };

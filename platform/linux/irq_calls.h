@@ -28,7 +28,7 @@ struct IrqCalls {
     ssize_t (*write)(int fd, const void* buf, size_t count);
     int (*close)(int fd);
     int (*poll)(pollfd* fds, nfds_t nfds, int timeout);
-    int (*open)(const char* path, int flags, ...);
+    int (*open)(const char* path, int flags);
     int (*fcntl)(int fd, int cmd, ...);
     int (*socket)(int domain, int type, int protocol);
     int (*bind)(int fd, const sockaddr* addr, socklen_t len);

@@ -49,6 +49,8 @@ std::string find_uio_device(const std::string& name) {
     return found;
 }
 
+constexpr uint32_t kErrorPauseMs = 10;
+
 class UioSource final : public InterruptSource {
 public:
     UioSource(int fd, bool control) : fd_(fd), control_(control) { enable(1); }
@@ -61,8 +63,14 @@ public:
     bool take() override {
         bool fired = false;
         uint32_t count = 0;
-        while (irq_calls().read(fd_, &count, sizeof count) == static_cast<ssize_t>(sizeof count)) fired = true;
+        ssize_t n;
+        while ((n = irq_calls().read(fd_, &count, sizeof count)) == static_cast<ssize_t>(sizeof count)) fired = true;
         if (fired) enable(1);
+        // A device that polls readable but fails every read would have its
+        // waiter take it again at once, forever: pause before the next try.
+        // The count stays in the device, so the interrupt comes through
+        // once reading works again.
+        if (!fired && n < 0 && errno != EAGAIN && errno != EINTR) sleep_ms(kErrorPauseMs);
         return fired;
     }
 
