@@ -18,8 +18,10 @@
 #include <thread>
 
 #include "platform/linux/card_store.h"
+#include "platform/linux/service_calls.h"
 #include "services/link_monitor.h"
 #include "tests/services/services_fixture.h"
+#include "tests/support/fault_shim.h"
 #include "tests/support/physmem_file.h"
 #include "vexsdk.h"
 
@@ -311,6 +313,41 @@ TEST_F(LoopCard, CardIsDescribedMountedAndUnmounted) {
     EXPECT_FALSE(fs::exists(dir_ / "Micro_SD" / "log.txt")) << "the folder no longer shows the card";
     ASSERT_TRUE(vex_SDMount(part.c_str()));
     EXPECT_TRUE(fs::exists(dir_ / "Micro_SD" / "log.txt")) << "the file went to the card";
+}
+
+// The kernel refusing the card's calls: a folder that cannot be made, a
+// mount or an unmount refused. Each answers FALSE, leaves the card as it
+// was, and the next call works.
+TEST_F(LoopCard, RefusedMountsAndUnmountsAnswerFalseAndChangeNothing) {
+    using vex::plat::oscalls::ServiceCalls;
+    using vex::test::Fault;
+    const std::wstring part(part_.begin(), part_.end());
+    if (!kernel_has("vfat") && !shell("mke2fs -q -F -t ext2 -L VEXTEST /dev/" + part_))
+        GTEST_SKIP() << "this kernel mounts no FAT and mke2fs is missing: mounting not tried";
+    {
+        Fault<&ServiceCalls::mkdir> f(vex::plat::oscalls::table());
+        f.fail_nth(1, EACCES);
+        EXPECT_FALSE(vex_SDMount(part.c_str()));
+        EXPECT_TRUE(f.fired());
+        EXPECT_FALSE(fs::exists(dir_ / "Micro_SD"));
+    }
+    {
+        Fault<&ServiceCalls::mount> f(vex::plat::oscalls::table());
+        f.fail_nth(1, EBUSY);
+        EXPECT_FALSE(vex_SDMount(part.c_str()));
+        EXPECT_TRUE(f.fired());
+        EXPECT_FALSE(vex_SDExists());
+    }
+    ASSERT_TRUE(vex_SDMount(part.c_str()));
+    {
+        Fault<&ServiceCalls::umount2> f(vex::plat::oscalls::table());
+        f.fail_nth(1, EBUSY);
+        EXPECT_FALSE(vex_SDUnmount());
+        EXPECT_TRUE(f.fired());
+        EXPECT_TRUE(vex_SDExists()) << "still mounted";
+    }
+    EXPECT_TRUE(vex_SDUnmount());
+    EXPECT_FALSE(vex_SDExists());
 }
 
 }  // namespace
