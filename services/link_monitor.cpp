@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/checked_mutex.h"
 #include "platform/fork.h"
 #include "platform/link_watch.h"
 #include "platform/thread_start.h"
@@ -31,7 +32,7 @@ struct Monitor {
     std::atomic<uint8_t> flag[2] = {0, 0};
     std::atomic<int> state{kStopped};
     std::atomic<bool> restart{false};  // a forked child: the thread stayed with the parent
-    std::mutex lifecycle;
+    plat::CheckedMutex lifecycle;
     plat::LinkWatch* watch = nullptr;
     std::thread* thread = nullptr;
     std::mutex mutex;
@@ -89,6 +90,7 @@ std::string adapter_interface(plat::registry::Store& store, int index) {
 namespace {
 
 void start_locked(Monitor& m) {
+    VEX_ASSERT_HELD(m.lifecycle);
     if (m.state.load() != kStopped) return;
     std::string names[2];
     if (auto store = plat::registry::current_store()) {
@@ -126,6 +128,7 @@ void start_locked(Monitor& m) {
 }
 
 void stop_locked(Monitor& m) {
+    VEX_ASSERT_HELD(m.lifecycle);
     if (m.thread) {
         m.watch->cancel();
         m.thread->join();
@@ -171,19 +174,19 @@ void start_link_monitor() {
     static std::once_flag fork_handlers;
     std::call_once(fork_handlers, [] { plat::on_fork(before_fork, after_fork_parent, after_fork_child); });
     Monitor& m = monitor();
-    std::lock_guard<std::mutex> lock(m.lifecycle);
+    std::lock_guard lock(m.lifecycle);
     start_locked(m);
 }
 
 void stop_link_monitor() {
     Monitor& m = monitor();
-    std::lock_guard<std::mutex> lock(m.lifecycle);
+    std::lock_guard lock(m.lifecycle);
     stop_locked(m);
 }
 
 void restart_after_fork() {
     Monitor& m = monitor();
-    std::lock_guard<std::mutex> lock(m.lifecycle);
+    std::lock_guard lock(m.lifecycle);
     if (!m.restart.exchange(false)) return;
     start_locked(m);
 }

@@ -616,6 +616,9 @@ uint32_t Store::flush() {
 std::shared_ptr<Store> current_store() {
     // Never destroyed: other threads may still use the store while the
     // process exits, and the operating system releases the file anyway.
+    // `mutex` guards `current`, the store of the registry path in use: it
+    // is replaced under it when the path changes, and callers keep their
+    // own reference, so a store outlives its replacement while in use.
     static std::mutex* mutex = new std::mutex;
     static std::shared_ptr<Store>* current = new std::shared_ptr<Store>;
     const std::string path = registry_path();
