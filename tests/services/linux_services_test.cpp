@@ -252,13 +252,27 @@ protected:
         std::ofstream(path, std::ios::binary)
             .write(reinterpret_cast<const char*>(bytes.data() + from), static_cast<std::streamsize>(bytes.size() - from));
     }
+    // Tests running at once may be handed the same free device; the one
+    // that loses the race (EBUSY) asks for another.
     bool attach(const fs::path& image, std::string& why) {
+        for (int attempt = 0; attempt < 20; ++attempt) {
+            const int err = attach_once(image, why);
+            if (err == 0) return true;
+            if (loop_ >= 0) ::close(loop_);
+            loop_ = -1;
+            if (err != EBUSY) return false;
+        }
+        return false;
+    }
+    // 0, or the errno of the step that failed (`why` says which).
+    int attach_once(const fs::path& image, std::string& why) {
         const int control = ::open("/dev/loop-control", O_RDWR | O_CLOEXEC);
         const int n = control < 0 ? -1 : ::ioctl(control, LOOP_CTL_GET_FREE);
+        const int get_err = errno;
         if (control >= 0) ::close(control);
         if (n < 0) {
-            why = std::string("no free loop device: ") + std::strerror(errno);
-            return false;
+            why = std::string("no free loop device: ") + std::strerror(get_err);
+            return get_err;
         }
         name_ = "loop" + std::to_string(n);
         loop_ = ::open(("/dev/" + name_).c_str(), O_RDWR | O_CLOEXEC);
@@ -269,9 +283,10 @@ protected:
         // test dies.
         config.info.lo_flags = LO_FLAGS_PARTSCAN | LO_FLAGS_AUTOCLEAR;
         const bool ok = loop_ >= 0 && backing >= 0 && ::ioctl(loop_, LOOP_CONFIGURE, &config) == 0;
-        if (!ok) why = "cannot attach " + name_ + ": " + std::strerror(errno);
+        const int err = ok ? 0 : errno;
+        if (!ok) why = "cannot attach " + name_ + ": " + std::strerror(err);
         if (backing >= 0) ::close(backing);
-        return ok;
+        return err;
     }
     void detach() {
         if (loop_ < 0) return;
