@@ -87,7 +87,8 @@ static pthread_mutex_t* native(unsigned char* storage) {
 
 // The robust mutex's calls are not in a table: on memory the caller has
 // mapped they fail only for a lock made by another word size, which the
-// tag refuses before any of them runs.
+// tag refuses before any of them runs, and for a kernel that cannot
+// inherit priority, which init() answers in place with a plain lock.
 void ProcessMutex::init() {
     pthread_mutexattr_t attr;
     ::pthread_mutexattr_init(&attr);
