@@ -109,6 +109,10 @@ private:
     struct Impl;
     std::string path_;
     std::string generation_;
+    // Guards generation_ and impl_ (the connection), held for a whole
+    // operation including its busy retries. Lock order: the fork guard's
+    // list lock, then each store's mutex_ (taken together only around
+    // fork()); no other lock is taken while it is held.
     std::mutex mutex_;
     std::unique_ptr<Impl> impl_;
 };

@@ -15,7 +15,12 @@ namespace gpio = plat::gpio;
 constexpr uint8_t kDeviceWrite = 0xA0;  // 1010 000 W: the chip's address pins are tied low
 constexpr uint8_t kDeviceRead = 0xA1;
 
-// Process-wide, used only under "VEX_EEP" (g_lock), set up at load.
+// Lock rules: g_lock is written by attach() and detach() only, from the
+// load and unload sequences while no export runs. The bus, its lines and
+// g_poll_count are used only by a thread that holds "VEX_EEP" (g_lock,
+// through Hold), which also keeps other processes off the same lines.
+// Without the lock (it could not be made) transfers fail before any bus
+// cycle; the pins are still set up and write protect still driven.
 plat::NamedMutex* g_lock = nullptr;
 i2c::GpioLines g_lines(kPinScl, kPinSda);
 i2c::Master g_bus(g_lines);

@@ -1,3 +1,9 @@
+// Clocks, sleeps, the thread id, the program's path and the system log.
+// None of these calls is in a call table, on purpose: CLOCK_MONOTONIC with
+// a valid buffer, gettid and sched_yield cannot fail; nanosleep fails only
+// with EINTR, which is retried; readlink of /proc/self/exe and syslog fail
+// into an empty answer or a lost line, which no caller can act on. The
+// clock is read on every deadline check and stays a direct call.
 #include "platform/system.h"
 
 #include <sched.h>
