@@ -167,7 +167,7 @@ TEST_F(ToolContract, ReadOnlyCommandsNeverCreateAnInstance) {
 }
 
 TEST_F(ToolContract, UnrecognisedTargetConnectsToNothingAndSaysSo) {
-    for (const char* text : {"simulator", "sim:../x", "hardware", "sim:"}) {
+    for (const char* text : {"HW", "Sim", "simulator", "sim:../x", "hardware", "sim:"}) {
         const std::vector<std::string> env{"/usr/bin/env", std::string("VEXSDK_TARGET=") + text};
         std::vector<std::string> argv = env;
         argv.insert(argv.end(), {VEXCTL_PATH, "info"});
@@ -191,6 +191,9 @@ TEST_F(ToolContract, UnrecognisedTargetConnectsToNothingAndSaysSo) {
                                              " info --json 2>/dev/null | python3 -c 'import json,sys; "
                                              "d=json.load(sys.stdin); sys.exit(0 if d[\"target\"] is None else 1)'"});
     EXPECT_EQ(r.status, 0) << r.output;
+    // The documented values only in lower case, and the refusal says which.
+    const ProcessResult hw = run_process({"/usr/bin/env", "VEXSDK_TARGET=HW", VEXCTL_PATH, "info"});
+    EXPECT_TRUE(contains(hw, "did you mean \"hw\"?")) << hw.output;
 }
 
 }  // namespace
