@@ -154,6 +154,11 @@ int show(const std::string& name) {
 void register_show_commands(CLI::App& app) {
     static InstanceOption inst;
     CLI::App* s = app.add_subcommand("show", "Show the instance's state");
+    s->footer("With --json: {instance, host_pid, hardware_id, cpu_id, backplane_version, slot_count, dip_switch,\n"
+              "slot_select, slots, ports, services {system_watchdog, panel, card, links}, interrupts {enabled,\n"
+              "latched (per trigger: rising, level, falling), gate, in_service, lines, timers, hot_plug, ms_counter,\n"
+              "bindings}, serial [{port, terminator, checksum, paced, turnaround_ms, fault, modules, units}]};\n"
+              "a serial module has place, name, address, present, checksum, fault, known and its channels' state.");
     inst.add_to(s);
     s->callback([] { std::exit(show(inst.resolve())); });
 }
