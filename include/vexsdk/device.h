@@ -146,7 +146,7 @@ VEXSDK_API int32_t vex_GetMacAddress(uint8_t index, char *text);
  * hexadecimal text records VEX_ERR_INVALID_MAC and writes nothing; a record
  * that cannot be read is not written back (VEX_ERR_EEPROM_READ); a failed
  * write records VEX_ERR_EEPROM_WRITE. FALSE in those cases, TRUE otherwise.
- * @param index Index, counted from 0.
+ * @param index Adapter: 1 (LAN1) or 2 (LAN2).
  * @param mac MAC address text or bytes.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
@@ -188,7 +188,7 @@ VEXSDK_API int32_t vex_GetRotaryID(void);
  * 1 when it is fine, 0 when it is low; any other index 0. The single-slot
  * controller (model code 5) cannot tell: records VEX_ERR_NOT_SUPPORTED and
  * returns 0.
- * @param index Index, counted from 0.
+ * @param index Battery: 1 or 2.
  * @return The value described above.
  * @errors
  *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The

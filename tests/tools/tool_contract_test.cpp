@@ -111,6 +111,7 @@ TEST_F(ToolContract, DataCommandsPrintJsonThatParses) {
     EXPECT_TRUE(contains(r, "\"instance\":\"" + instance_name() + "\"")) << r.output;
     EXPECT_TRUE(prints_json(VEXSIM_PATH, {"show", "--json"}));
     EXPECT_TRUE(prints_json(VEXSIM_PATH, {"--json", "trace", "-n", "5"}));
+    EXPECT_TRUE(prints_json(VEXSIM_PATH, {"chips", "--json"}));
     EXPECT_TRUE(prints_json(VEXCTL_PATH, {"device", "--json"}));
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"ports"}, {"mem", "size"}, {"mem", "read", "eeprom", "0", "16"}, {"card", "status"},
