@@ -1,9 +1,11 @@
 #include "sim/instance.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
@@ -102,6 +104,21 @@ void settle_resets(State& s, uint64_t now) {
     if (!models::system_catch_up(s, now)) return;
     mirror_all_slots(s, now);
     reschedule_all_irqs(s);  // the timers stopped: waiters arm again
+}
+
+// getpid() is a system call each time, and the trace asks for it on every
+// register write with the instance lock held (twice per timer tick, for the
+// acknowledge). Kept per process; a forked child asks again.
+pid_t own_pid() {
+    static std::atomic<pid_t> pid{0};
+    [[maybe_unused]] static const bool forget_on_fork =
+        ::pthread_atfork(nullptr, nullptr, [] { pid.store(0, std::memory_order_relaxed); }) == 0;
+    pid_t p = pid.load(std::memory_order_relaxed);
+    if (p == 0) {
+        p = ::getpid();
+        pid.store(p, std::memory_order_relaxed);
+    }
+    return p;
 }
 
 }  // namespace
@@ -243,7 +260,7 @@ void Instance::trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now
     e.offset = offset;
     e.value = value;
     e.kind = kind;
-    e.pid = static_cast<uint32_t>(::getpid());
+    e.pid = static_cast<uint32_t>(own_pid());
     state_->trace_next++;
 }
 

@@ -88,7 +88,17 @@ void ProcessMutex::init() {
     ::pthread_mutexattr_init(&attr);
     ::pthread_mutexattr_setpshared(&attr, PTHREAD_PROCESS_SHARED);
     ::pthread_mutexattr_setrobust(&attr, PTHREAD_MUTEX_ROBUST);
-    ::pthread_mutex_init(new (storage_) pthread_mutex_t, &attr);
+    // Real-time service threads share this lock with normal threads of any
+    // process (a program's main loop, the host, the tools): whoever holds it
+    // runs at the priority of the highest waiter, or a busy machine would
+    // keep a timer's service thread waiting behind a preempted holder.
+    // A kernel without priority-inheriting futexes refuses such a mutex: it
+    // gets a plain one.
+    ::pthread_mutexattr_setprotocol(&attr, PTHREAD_PRIO_INHERIT);
+    if (::pthread_mutex_init(new (storage_) pthread_mutex_t, &attr) != 0) {
+        ::pthread_mutexattr_setprotocol(&attr, PTHREAD_PRIO_NONE);
+        ::pthread_mutex_init(native(storage_), &attr);
+    }
     ::pthread_mutexattr_destroy(&attr);
     std::memcpy(storage_ + kTagAt, &kOwnTag, sizeof kOwnTag);
 }
