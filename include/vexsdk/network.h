@@ -28,12 +28,11 @@ VEXSDK_EXTERN_C_BEGIN
  * the monitor is not running (before load, after unload); if it could not
  * start, the state stays 0. A null state with index 1 or 2 returns -1. Reads
  * one byte: no lock, any thread.
- * @param index The adapter: 1 (LAN1) or 2 (LAN2).
- * @param state Receives 1 (link up) or 0.
- * @return 0; -1 for a null state; -2 while the monitor is not running
- *   (before load, after unload).
+ * @param index Adapter: 1 (LAN1) or 2 (LAN2).
+ * @param state Receives 1 (link up) or 0 (down or not known).
+ * @return 0; -1 for a null state; -2 while the monitor is not running.
  * @errors
- *   - none: the result says all; the last error is left as it was.
+ *   - none: the call records no code; its result says what went wrong (see @return).
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_EthernetLinkState(uint8_t index, uint8_t *state);
