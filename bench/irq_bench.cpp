@@ -4,7 +4,10 @@
 //   BM_SlotInterruptLatency   a slot's interrupt line pulses -> first
 //                             instruction of the registered callback
 //   BM_TimerfdPeriod          a bare 1 ms timerfd, read by a thread
-//   BM_Timer1Period           backplane timer 1 at 1 ms (interval 10)
+//   BM_Timer1Period           backplane timer 1 at 1 ms (interval 10), with
+//                             a bare timerfd twin ticking in the same seconds
+//   BM_Timer1PeriodUnderLoad  the same beside spinning normal-priority
+//                             threads and a main loop reading the counter
 //   BM_IdleRegistrations      CPU time while a slot and a timer are
 //                             registered but nothing happens
 // Latencies and deviations are counters in microseconds (median, p99,
@@ -24,10 +27,12 @@
 #include <filesystem>
 #include <atomic>
 #include <cmath>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "bench/bench_targets.h"
+#include "irq/service_thread.h"
 #include "platform/thread_priority.h"
 #include "sim/instance.h"
 #include "sim/models/models.h"
@@ -70,7 +75,7 @@ void report_latency(benchmark::State& state, const std::vector<double>& us) {
 }
 
 // Periods between consecutive timestamps: deviation from the nominal period.
-void report_periods(benchmark::State& state, const std::vector<uint64_t>& at, double period_us) {
+void report_periods(benchmark::State& state, const std::vector<uint64_t>& at, double period_us, const std::string& prefix) {
     std::vector<double> dev;
     double sq = 0;
     for (size_t i = 1; i < at.size(); ++i) {
@@ -78,9 +83,9 @@ void report_periods(benchmark::State& state, const std::vector<uint64_t>& at, do
         dev.push_back(std::fabs(d));
         sq += d * d;
     }
-    state.counters["stddev_us"] = dev.empty() ? 0 : std::sqrt(sq / static_cast<double>(dev.size()));
-    state.counters["p99_dev_us"] = percentile(dev, 0.99);
-    state.counters["max_dev_us"] = percentile(dev, 1.0);
+    state.counters[prefix + "stddev_us"] = dev.empty() ? 0 : std::sqrt(sq / static_cast<double>(dev.size()));
+    state.counters[prefix + "p99_dev_us"] = percentile(dev, 0.99);
+    state.counters[prefix + "max_dev_us"] = percentile(dev, 1.0);
 }
 
 // ---- Slot interrupt latency ------------------------------------------------
@@ -195,15 +200,17 @@ void BM_TimerfdPeriod(benchmark::State& state) {
             ::close(fd);
         });
         t.join();
-        report_periods(state, at, 1000.0);
-        state.counters["lost_ticks"] = static_cast<double>(missed);
+        report_periods(state, at, 1000.0, "");
+        state.counters["overruns"] = static_cast<double>(missed);
     }
 }
 BENCHMARK(BM_TimerfdPeriod)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 std::vector<uint64_t> g_ticks;
 std::atomic<int> g_tick_count{0};
+std::atomic<uint32_t> g_tick_calls{0};
 int32_t tick_callback() {
+    g_tick_calls.fetch_add(1, std::memory_order_relaxed);
     const int n = g_tick_count.load(std::memory_order_relaxed);
     if (n < kTicks) {
         g_ticks[static_cast<size_t>(n)] = now_ns();
@@ -213,27 +220,111 @@ int32_t tick_callback() {
     return 0;
 }
 
-void BM_Timer1Period(benchmark::State& state) {
+// A bare timerfd thread at the service threads' priority, ticking every
+// millisecond half a period after `start`: the baseline, measured in the
+// same seconds as the backplane timer so that both meet the same load.
+struct TimerfdTwin {
+    std::vector<uint64_t> at;
+    uint64_t overruns = 0;
+    std::thread thread;
+
+    explicit TimerfdTwin(uint64_t start) {
+        at.reserve(kTicks);
+        thread = std::thread([this, start] {
+            vex::plat::set_current_thread_priority(kServicePriority);
+            const int fd = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+            const uint64_t first = start + 500000;
+            itimerspec when{{0, 1000000}, {static_cast<time_t>(first / 1000000000ull), static_cast<long>(first % 1000000000ull)}};
+            ::timerfd_settime(fd, TFD_TIMER_ABSTIME, &when, nullptr);
+            while (at.size() < static_cast<size_t>(kTicks)) {
+                uint64_t n = 0;
+                if (::read(fd, &n, sizeof n) != sizeof n) std::abort();
+                at.push_back(now_ns());
+                overruns += n - 1;
+            }
+            ::close(fd);
+        });
+    }
+    ~TimerfdTwin() { thread.join(); }
+};
+
+// Normal-priority work beside the timer: `hogs` threads that only spin
+// and, when `poll_counter`, the program's main thread reading the
+// millisecond counter (every read takes the controller's lock) as a
+// control program's main loop does.
+struct Load {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    explicit Load(int hogs) {
+        for (int i = 0; i < hogs; ++i)
+            threads.emplace_back([this] {
+                while (!stop.load(std::memory_order_relaxed)) {
+                }
+            });
+    }
+    ~Load() {
+        stop = true;
+        for (auto& t : threads) t.join();
+    }
+};
+
+// Backplane timer 1 at 1 ms (interval 10) with its timerfd twin. Counters:
+//   stddev_us, p99_dev_us, max_dev_us      the timer's period deviation
+//   base_stddev_us, base_p99_dev_us        the twin's
+//   stddev_ratio                           stddev_us / base_stddev_us
+//   overruns, base_overruns                periods that fell while the
+//       previous tick was still being served: the timer's latch holds one
+//       tick, so they merge into it (the timerfd counts them in one read)
+//   lost_ticks                             periods of the timer that are
+//       neither served nor merged: must be 0
+void timer1_period(benchmark::State& state, int hogs, bool poll_counter) {
     vex::bench::use_sim();
     for (auto _ : state) {
         g_ticks.assign(kTicks, 0);
         g_tick_count = 0;
-        g_done = ::eventfd(0, EFD_CLOEXEC);
-        if (!vex_SetBPTimer(1, 10, tick_callback)) std::abort();
-        wait_readable(g_done);
-        const vex::sim::BackplaneTimer model =
-            vex::sim::current()->with_lock([](vex::sim::State& s) { return s.irq.timers[1]; });
-        vex_KillBPTimer(1);
-        report_periods(state, g_ticks, 1000.0);
-        // Ticks that found the previous one still unacknowledged: the
-        // callback never saw them.
-        state.counters["lost_ticks"] = static_cast<double>(model.merged);
-        state.counters["ticks_counted"] = static_cast<double>(model.ticks);
+        g_tick_calls = 0;
+        g_done = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        Load load(hogs);
+        vex::sim::BackplaneTimer model{};
+        uint32_t raised = 0;
+        const uint32_t raised_before = vex::sim::current()->with_lock(
+            [](vex::sim::State& s) { return s.irq.raised[vex::sim::kIrqLineTimer0 + 1]; });
+        {
+            TimerfdTwin twin(now_ns());
+            if (!vex_SetBPTimer(1, 10, tick_callback)) std::abort();
+            pollfd p{g_done, POLLIN, 0};
+            while (::poll(&p, 1, poll_counter ? 0 : -1) == 0) benchmark::DoNotOptimize(vex_GetBPTimerTimeTick_ms());
+            vex::sim::current()->with_lock([&](vex::sim::State& s) {
+                model = s.irq.timers[1];
+                raised = s.irq.raised[vex::sim::kIrqLineTimer0 + 1] - raised_before;
+                return 0;
+            });
+            vex_KillBPTimer(1);
+            vex::irq::settle_service_threads(1000);
+            report_periods(state, twin.at, 1000.0, "base_");
+            state.counters["base_overruns"] = static_cast<double>(twin.overruns);
+        }
+        report_periods(state, g_ticks, 1000.0, "");
+        state.counters["stddev_ratio"] = state.counters["stddev_us"] / state.counters["base_stddev_us"];
+        state.counters["overruns"] = static_cast<double>(model.merged);
+        // Every period either raised the line or merged into a raised tick;
+        // every raised tick but the last (in service when the timer was
+        // read) reached the callback.
+        const double unaccounted = static_cast<double>(model.ticks - model.merged - raised);
+        const double undelivered = static_cast<double>(raised) - static_cast<double>(g_tick_calls.load()) - 1;
+        state.counters["lost_ticks"] = unaccounted + std::max(0.0, undelivered);
         ::close(g_done);
     }
     vex::bench::release();
 }
+
+void BM_Timer1Period(benchmark::State& state) { timer1_period(state, 0, false); }
 BENCHMARK(BM_Timer1Period)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// The same with two normal-priority spinning threads per core and the main
+// thread reading the controller's counter all the while.
+void BM_Timer1PeriodUnderLoad(benchmark::State& state) { timer1_period(state, 4, true); }
+BENCHMARK(BM_Timer1PeriodUnderLoad)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 // ---- Idle cost -------------------------------------------------------------
 

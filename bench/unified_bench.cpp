@@ -1,8 +1,9 @@
 // What the unified address costs over the register call it ends in:
 // vex_ReadDI on a parallel-bus module against _vex_ReadDI on the same slot,
 // on the hardware path (a file stands in for physical memory). The
-// difference is the dispatch: the address comparisons, the presence and ID
-// register reads and one call through the module kind's table.
+// difference is the dispatch: the address comparisons and the presence and
+// ID register reads (the inputs themselves are read inline, as
+// _vex_ReadDI reads them).
 #include <benchmark/benchmark.h>
 
 #include "bench/bench_targets.h"

@@ -8,6 +8,7 @@
 
 #include "frame/errors.h"
 #include "platform/os_timer.h"
+#include "platform/registry_store.h"
 #include "vexsdk.h"
 
 namespace vex::frame {
@@ -41,10 +42,15 @@ int model_from_hardware_id(const wchar_t* id) {
 }
 
 void load_controller_model() {
-    wchar_t id[128] = {};
-    if (!vex_RegGetString(L"HKEY_LOCAL_MACHINE\\HARDWARE\\MODULETYPE\\HWID", id, sizeof id)) id[0] = 0;
-    id[127] = 0;
-    g_controller_model = model_from_hardware_id(id);
+    namespace reg = plat::registry;
+    reg::Value v;
+    const bool found = reg::get_value_at_load(reg::Root::LocalMachine, L"HARDWARE\\MODULETYPE", L"HWID", v) ==
+                           VEX_REG_SUCCESS &&
+                       (v.type == reg::kTypeSz || v.type == reg::kTypeExpandSz);
+    // An ID of 128 characters or more counts as none, as it would when read
+    // into the 128-character buffer the registry call takes.
+    if (!found || v.text.size() >= 128) v.text.clear();
+    g_controller_model = model_from_hardware_id(v.text.c_str());
 }
 
 bool slot_present(uint32_t slot) {

@@ -52,7 +52,9 @@ void library_attach() {
         std::fprintf(stderr, "vexsdk: %s\n", why.c_str());
     load_controller_model();
     ++g_load_count;
-    pub_Orvale_Init();
+    // A controller that is there but whose backplane window cannot be mapped
+    // leaves every module call on a floating bus: say so.
+    if (pub_Orvale_Init() == 0 && connected) report("cannot map the backplane window");
     if (const std::string memory = services::attach_memory(); !memory.empty()) report(memory);
     serial::attach();  // the COM port table, its locks, the read time-out
     io::attach_parallel_io();

@@ -4,6 +4,7 @@
 // accesses, no lock and no system call.
 #include "frame/backplane.h"
 #include "frame/errors.h"
+#include "io/digital_inputs.h"
 #include "io/do_shadow.h"
 #include "io/module_registers.h"
 #include "io/module_watchdog.h"
@@ -77,20 +78,6 @@ VEXSDK_API void _vex_WriteDOBit(uint32_t slot, int32_t total, uint32_t channel, 
     _vex_WriteDO(slot, total, (bit & 0xFF) != 0 ? (current | mask) : (current & ~mask));
 }
 
-VEXSDK_API uint32_t _vex_ReadDI(uint32_t slot_arg, int32_t total) {
-    const uint32_t slot = slot_arg & 0xFF;
-    const auto in = [slot](uint32_t i) -> uint32_t { return module_read8(slot, kRegInput0 + 2 * i); };
-    if (total >= 1 && total <= 4) return ~in(0) & 0x0Fu;
-    if (total >= 5 && total <= 8) return ~in(0) & 0xFFu;
-    if (total >= 9 && total <= 16) {
-        const uint32_t lo = in(0);
-        return ~((in(1) << 8) | lo) & 0xFFFFu;
-    }
-    const uint32_t b0 = in(0);
-    const uint32_t b1 = in(1);
-    const uint32_t b2 = in(2);
-    const uint32_t b3 = in(3);
-    return ~((b3 << 24) | (b2 << 16) | (b1 << 8) | b0);
-}
+VEXSDK_API uint32_t _vex_ReadDI(uint32_t slot, int32_t total) { return read_inputs(slot & 0xFF, total); }
 
 }  // extern "C"

@@ -10,6 +10,12 @@
 namespace vex::io {
 namespace {
 
+// Lock rules: g_section and g_shadow_block are written only by
+// attach_shadows() and detach_shadows(), which the load and unload
+// sequences call while no export runs; exports read g_shadow_block without
+// a lock. The words of the block are atomics (see do_shadow.h), shared
+// with every process of the controller.
+//
 // Used while no shared block is mapped (before attach, or when shared
 // memory is unavailable), so the calls never dereference null.
 DoShadowBlock g_private{};

@@ -24,7 +24,8 @@ void attach_shadows();
 void detach_shadows();
 
 // The mapped block, or a block private to this process while none is
-// mapped (never null).
+// mapped (never null). Changed only by attach and detach, while no export
+// runs; read without a lock.
 extern DoShadowBlock* g_shadow_block;
 
 // Other processes touch the words at any time, so every access is atomic.

@@ -20,7 +20,9 @@ constexpr uint8_t kCapabilityWdtInterrupt = 1;  // capability bits 5..7 = 001
 constexpr int32_t kTriggerLevel = 1;
 constexpr int32_t kHandlerPriority = 50;
 
-// The program's callback per slot; read by the handler on its service thread.
+// The program's callback per slot: stored by the registering export on any
+// thread, read by the handler on its service thread. Atomic, no lock: a
+// handler sees the old callback or the new one, never a torn one.
 std::atomic<VEX_SLOT_CALLBACK> g_callbacks[kModuleSlots];
 
 template <uint32_t Slot>

@@ -36,36 +36,43 @@ using modproto::Stored;
 struct UnifiedOps;
 
 // A resolved address: the table of its kind and what the table needs.
+// Three words, passed by value: it travels in registers from the export to
+// the operation, so a control loop's read of a parallel-bus module builds
+// nothing in memory. The serial operations derive their family and command
+// target from it (serial_family(), serial_target()).
 struct Located {
     const UnifiedOps* ops;
-    uint32_t slot;                          // local slot (low 8 bits)
-    const modproto::SerialFamily* family;   // serial kinds only
-    modproto::Target target;                // serial kinds only
+    uint32_t port;
+    // Parallel-bus module, empty slot or serial module in a local slot: the
+    // slot (low 8 bits of the address). Module on a bus or in a unit slot:
+    // the address as given (0x1000 and above).
+    int32_t where;
+    uint32_t slot() const { return static_cast<uint32_t>(where); }
 };
 
 struct UnifiedOps {
-    bool (*read_di)(const Located&, int32_t di_count, uint32_t* value);
-    bool (*read_do)(const Located&, int32_t do_count, uint32_t* value);
-    bool (*read_dio)(const Located&, int32_t di_count, int32_t do_count, uint32_t* di, uint32_t* do_);
-    bool (*write_do)(const Located&, int32_t do_count, uint32_t value);
-    bool (*write_do_bit)(const Located&, int32_t do_count, int32_t channel, int32_t value);
-    bool (*read_stored_do)(const Located&, int32_t do_count, Stored which, uint32_t* value);
-    bool (*store_do)(const Located&, int32_t do_count, Stored which, uint32_t value);
-    bool (*read_latch)(const Located&, int32_t di_count, int32_t do_count, int32_t kind, uint32_t* di,
+    bool (*read_di)(Located, int32_t di_count, uint32_t* value);
+    bool (*read_do)(Located, int32_t do_count, uint32_t* value);
+    bool (*read_dio)(Located, int32_t di_count, int32_t do_count, uint32_t* di, uint32_t* do_);
+    bool (*write_do)(Located, int32_t do_count, uint32_t value);
+    bool (*write_do_bit)(Located, int32_t do_count, int32_t channel, int32_t value);
+    bool (*read_stored_do)(Located, int32_t do_count, Stored which, uint32_t* value);
+    bool (*store_do)(Located, int32_t do_count, Stored which, uint32_t value);
+    bool (*read_latch)(Located, int32_t di_count, int32_t do_count, int32_t kind, uint32_t* di,
                        uint32_t* do_);
-    bool (*clear_latch)(const Located&);
-    bool (*read_counter)(const Located&, int32_t channel, int32_t di_count, uint32_t* value);
-    bool (*read_counter_single)(const Located&, int32_t channel, uint32_t* value);
-    bool (*clear_counter)(const Located&, int32_t channel, int32_t di_count);
-    bool (*read_counter_overflow)(const Located&, int32_t channel, uint32_t* value);
-    bool (*read_ai)(const Located&, int32_t channel, int32_t channel_count, float* value);
-    bool (*read_ai_hex)(const Located&, int32_t channel, int32_t channel_count, uint32_t* value);
-    bool (*read_ai_all)(const Located&, float* values, size_t capacity, size_t* count);
-    bool (*read_ai_all_hex)(const Located&, uint32_t* values, size_t capacity, size_t* count);
-    bool (*write_ao)(const Located&, int32_t channel, int32_t channel_count, float value);
-    bool (*read_ao)(const Located&, int32_t channel, int32_t channel_count, float* value);
-    bool (*read_ao_stored)(const Located&, int32_t channel, int32_t channel_count, Stored which, float* value);
-    bool (*store_ao)(const Located&, int32_t channel, int32_t channel_count, Stored which, float value);
+    bool (*clear_latch)(Located);
+    bool (*read_counter)(Located, int32_t channel, int32_t di_count, uint32_t* value);
+    bool (*read_counter_single)(Located, int32_t channel, uint32_t* value);
+    bool (*clear_counter)(Located, int32_t channel, int32_t di_count);
+    bool (*read_counter_overflow)(Located, int32_t channel, uint32_t* value);
+    bool (*read_ai)(Located, int32_t channel, int32_t channel_count, float* value);
+    bool (*read_ai_hex)(Located, int32_t channel, int32_t channel_count, uint32_t* value);
+    bool (*read_ai_all)(Located, float* values, size_t capacity, size_t* count);
+    bool (*read_ai_all_hex)(Located, uint32_t* values, size_t capacity, size_t* count);
+    bool (*write_ao)(Located, int32_t channel, int32_t channel_count, float value);
+    bool (*read_ao)(Located, int32_t channel, int32_t channel_count, float* value);
+    bool (*read_ao_stored)(Located, int32_t channel, int32_t channel_count, Stored which, float* value);
+    bool (*store_ao)(Located, int32_t channel, int32_t channel_count, Stored which, float value);
 };
 
 // The tables, one file each.
@@ -78,25 +85,38 @@ extern const UnifiedOps kEmptyOps;     // local slot without a module: 0x10003
 // value calls, whose serial path has no unit form).
 enum class UnitForm : uint8_t { UnitSlot, LocalSlot };
 
-// The serial forms, out of line: a bus module or a unit slot, and a serial
-// module in a local slot.
-Located resolve_bus(uint32_t port, int32_t address, UnitForm unit);
-Located resolve_serial_slot(uint32_t port, uint32_t slot);
+// The serial family and command target of a serial kind of Located.
+const modproto::SerialFamily& serial_family(Located at);
+modproto::Target serial_target(Located at);
+
+namespace detail {
+// A local slot below 8: the presence register (active low, one bit per
+// slot), then the slot's ID register, each read through `read8`.
+template <typename Read8>
+inline Located resolve_slot(uint32_t port, int32_t slot, Read8 read8) {
+    if (((read8(frame::kRegSlotPresence) >> slot) & 1u) != 0) return Located{&kEmptyOps, port, slot};
+    if (read8(frame::slot_page(static_cast<uint32_t>(slot)) + kRegId) == kSerialModuleId) [[unlikely]]
+        return Located{&kSerialOps, port, slot};
+    return Located{&kParallelOps, port, slot};
+}
+// The same through the bus accessors (virtual controller, or no
+// controller at all), out of line.
+Located resolve_slot_on_bus(uint32_t port, int32_t slot);
+}  // namespace detail
 
 // Local slots 8 and above have no module page and no presence bit: they
 // resolve as empty, so that no slot selection is made for a slot the
-// backplane does not have. Inline: a control loop reading a parallel-bus
-// module pays two register reads and no call for it.
-inline Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot) {
+// backplane does not have. Inline: on hardware a control loop reading a
+// parallel-bus module pays two loads through the mapped window and no call
+// for it.
+VEXSDK_DEVICE_ACCESS inline Located resolve(uint32_t port, int32_t address, UnitForm unit = UnitForm::UnitSlot) {
     if (address >= 0x1000 && (address < 0x100000 || unit == UnitForm::UnitSlot)) [[unlikely]]
-        return resolve_bus(port, address, unit);
-    const uint32_t slot = static_cast<uint32_t>(address) & 0xFF;
-    // The presence register is active low, one bit per slot.
-    if (slot >= kModuleSlots || ((plat::bus_read8(frame::kRegSlotPresence) >> slot) & 1u) != 0)
-        return Located{&kEmptyOps, slot, nullptr, {}};
-    if (module_read8(slot, kRegId) == kSerialModuleId) [[unlikely]]
-        return resolve_serial_slot(port, slot);
-    return Located{&kParallelOps, slot, nullptr, {}};
+        return Located{&kSerialOps, port, address};
+    const int32_t slot = address & 0xFF;
+    if (slot >= static_cast<int32_t>(kModuleSlots)) return Located{&kEmptyOps, port, slot};
+    if (volatile uint8_t* base = plat::g_backplane_direct) [[likely]]
+        return detail::resolve_slot(port, slot, [base](uint32_t offset) -> uint8_t { return base[offset]; });
+    return detail::resolve_slot_on_bus(port, slot);
 }
 
 // The refusal of every operation a target kind cannot do:

@@ -2,6 +2,7 @@
 // operation of the target's table. Null outputs are refused first, the
 // same way for every kind of module.
 #include "frame/errors.h"
+#include "io/digital_inputs.h"
 #include "io/unified.h"
 #include "vexsdk.h"
 
@@ -34,9 +35,16 @@ VEX_BOOL read_all_bounded(VEX_PORT port, int32_t address, T* values, int32_t cap
 
 VEXSDK_EXTERN_C_BEGIN
 
+// The call control loops make most: a parallel-bus module's inputs are
+// read here, inline after the address checks, instead of through the
+// table (which does the same for every other caller).
 VEXSDK_API VEX_BOOL vex_ReadDI(VEX_PORT port, int32_t address, int32_t di_count, uint32_t* value) {
     if (!value) return null_output();
     const Located at = resolve(port, address);
+    if (at.ops == &kParallelOps) [[likely]] {
+        *value = vex::io::read_inputs(at.slot(), di_count);
+        return VEX_TRUE;
+    }
     return result(at.ops->read_di(at, di_count, value));
 }
 
@@ -169,7 +177,7 @@ VEXSDK_API VEX_BOOL vex_ReadAIAllHex(VEX_PORT port, int32_t address, uint32_t* v
 
 VEXSDK_API VEX_BOOL vex_ReadAIAllExt(VEX_PORT port, int32_t address, float* values, int32_t capacity, int32_t* count) {
     return read_all_bounded(port, address, values, capacity, count,
-                            [](const Located& at, float* v, size_t room, size_t* n) {
+                            [](Located at, float* v, size_t room, size_t* n) {
                                 return at.ops->read_ai_all(at, v, room, n);
                             });
 }
@@ -177,7 +185,7 @@ VEXSDK_API VEX_BOOL vex_ReadAIAllExt(VEX_PORT port, int32_t address, float* valu
 VEXSDK_API VEX_BOOL vex_ReadAIAllHexExt(VEX_PORT port, int32_t address, uint32_t* values, int32_t capacity,
                                         int32_t* count) {
     return read_all_bounded(port, address, values, capacity, count,
-                            [](const Located& at, uint32_t* v, size_t room, size_t* n) {
+                            [](Located at, uint32_t* v, size_t room, size_t* n) {
                                 return at.ops->read_ai_all_hex(at, v, room, n);
                             });
 }

@@ -11,14 +11,21 @@ bool refuse() {
     return false;
 }
 
-Located resolve_bus(uint32_t port, int32_t address, UnitForm unit) {
-    if (address >= 0x100000 && unit == UnitForm::UnitSlot)
-        return Located{&kSerialOps, 0, &modproto::unit_family(), modproto::unit_slot(port, address)};
-    return Located{&kSerialOps, 0, &modproto::standard_family(), modproto::remote_or_local(port, address)};
+namespace detail {
+Located resolve_slot_on_bus(uint32_t port, int32_t slot) {
+    return resolve_slot(port, slot, [](uint32_t offset) { return plat::bus_read8(offset); });
+}
+}  // namespace detail
+
+// A serial module in a local slot is `where` < 0x100, which the standard
+// family takes as a local slot; a bus module is below 0x100000; the rest is
+// a unit slot (resolve() only makes that for the calls with a unit form).
+const modproto::SerialFamily& serial_family(Located at) {
+    return at.where >= 0x100000 ? modproto::unit_family() : modproto::standard_family();
 }
 
-Located resolve_serial_slot(uint32_t port, uint32_t slot) {
-    return Located{&kSerialOps, slot, &modproto::standard_family(), modproto::local_slot(port, slot)};
+modproto::Target serial_target(Located at) {
+    return at.where >= 0x100000 ? modproto::unit_slot(at.port, at.where) : modproto::remote_or_local(at.port, at.where);
 }
 
 const UnifiedOps kEmptyOps = {

@@ -25,6 +25,11 @@ struct MaskState {
 };
 
 // Constant-initialised: the library attaches from its constructor.
+// Lock rules: `block` and `section` are written only by attach_masks() and
+// detach_masks(), from the load and unload sequences while no export runs;
+// exports and service threads read them without a lock. The block's words
+// are shared with every process and changed only with atomic operations;
+// `copy` is this process's atomic view of them.
 MaskState g_masks[2] = {
     {"INTSHARE", {0, 0}, nullptr, nullptr, {0}},
     {"BPSHARED", {0, 0}, nullptr, nullptr, {0}},

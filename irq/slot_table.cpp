@@ -8,6 +8,7 @@
 #include "frame/backplane.h"
 #include "irq/service_thread.h"
 #include "irq/slot_registers.h"
+#include "platform/checked_mutex.h"
 #include "platform/event.h"
 #include "platform/interrupt.h"
 
@@ -25,7 +26,7 @@ struct SlotEntry {
     std::unique_ptr<ServiceThread> thread;
 };
 
-std::mutex g_slot_mutex;
+plat::CheckedMutex g_slot_mutex;
 SlotEntry g_slots[kIrqSlots];
 // Events the library made and then replaced by a program's handle: a
 // program may still hold them (from vex_GetSlotInterruptEvent), so they
@@ -51,6 +52,7 @@ uint32_t interrupt_of(uint32_t slot) {
 
 // Replaces the slot's event. Called with g_slot_mutex held.
 void replace_event(SlotEntry& e, int handle, bool owned, bool waitable) {
+    VEX_ASSERT_HELD(g_slot_mutex);
     const int old = e.event.exchange(handle, std::memory_order_acq_rel);
     if (old > 0 && e.event_owned) g_retired->push_back(old);
     e.event_owned = owned;
@@ -58,7 +60,9 @@ void replace_event(SlotEntry& e, int handle, bool owned, bool waitable) {
     if (e.thread) e.thread->look_again();
 }
 
+// Called with g_slot_mutex held.
 void close_retired() {
+    VEX_ASSERT_HELD(g_slot_mutex);
     for (int fd : *g_retired) plat::close_event(fd);
     g_retired->clear();
 }
@@ -66,7 +70,7 @@ void close_retired() {
 }  // namespace
 
 void reset_slot_table() {
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     for (SlotEntry& e : g_slots) {
         e.event = -1;
         e.waitable = false;
@@ -77,7 +81,7 @@ void reset_slot_table() {
 }
 
 void release_slot_table() {
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     for (SlotEntry& e : g_slots) {
         if (e.thread) e.thread->stop();
         bury(std::move(e.thread));
@@ -99,7 +103,7 @@ int renew_slot_event(uint32_t slot) {
     if (!has_entry(slot)) return -1;
     const int event = plat::create_event();
     if (event < 0) return -1;
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     SlotEntry& e = g_slots[slot];
     // The previous event the library made can go at once: its binding (if
     // any) moves to the new one, and nothing was handed out but the handle.
@@ -113,7 +117,7 @@ int renew_slot_event(uint32_t slot) {
 
 void store_slot_event(uint32_t slot, int32_t handle) {
     if (!has_entry(slot)) return;
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     replace_event(g_slots[slot], handle, false, plat::is_event(handle));
 }
 
@@ -121,7 +125,7 @@ int slot_event(uint32_t slot) { return has_entry(slot) ? g_slots[slot].event.loa
 
 Claim claim_slot(uint32_t slot, VEX_IRQ_CALLBACK callback) {
     if (!has_entry(slot)) return Claim::NoEntry;
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     if (g_slots[slot].callback) return Claim::AlreadyHeld;
     g_slots[slot].callback = callback;
     return Claim::Claimed;
@@ -129,13 +133,13 @@ Claim claim_slot(uint32_t slot, VEX_IRQ_CALLBACK callback) {
 
 bool holds_slot(uint32_t slot) {
     if (!has_entry(slot)) return false;
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     return g_slots[slot].callback != nullptr;
 }
 
 bool start_slot_thread(uint32_t slot) {
     if (!has_entry(slot)) return false;
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     SlotEntry& e = g_slots[slot];
     if (!e.callback) return false;
     ServiceSetup setup{interrupt_of(slot), slot, e.callback, judge, acknowledge_slot, waitable_event};
@@ -150,7 +154,7 @@ bool start_slot_thread(uint32_t slot) {
 
 bool set_slot_thread_priority(uint32_t slot, int32_t priority) {
     if (!has_entry(slot)) return false;
-    std::lock_guard<std::mutex> lock(g_slot_mutex);
+    std::lock_guard lock(g_slot_mutex);
     return g_slots[slot].thread && g_slots[slot].thread->set_priority(priority);
 }
 
@@ -158,7 +162,7 @@ void release_slot(uint32_t slot) {
     if (!has_entry(slot)) return;
     std::unique_ptr<ServiceThread> thread;
     {
-        std::lock_guard<std::mutex> lock(g_slot_mutex);
+        std::lock_guard lock(g_slot_mutex);
         SlotEntry& e = g_slots[slot];
         e.callback = nullptr;
         thread = std::move(e.thread);

@@ -1,8 +1,10 @@
 #include "platform/gpio.h"
 
 #include <memory>
+#include <string>
 
 #include "platform/named_mutex.h"
+#include "platform/system.h"
 #include "platform/target.h"
 
 namespace vex::plat::gpio {
@@ -54,7 +56,11 @@ void set_falling_edge(uint32_t pin, bool enabled) { update_bit(kFallingEdge, pin
 
 void attach_lock() {
     if (g_lock) return;
-    g_lock = NamedMutex::open(shared_object_name("GPIO"), nullptr).release();
+    std::string why;
+    g_lock = NamedMutex::open(shared_object_name("GPIO"), &why).release();
+    // Without it the lines still work, unguarded against other processes'
+    // read-modify-writes: worth a line in the system log.
+    if (!g_lock) log_problem("GPIO lock: " + why);
 }
 
 void detach_lock() {

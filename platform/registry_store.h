@@ -81,6 +81,9 @@ public:
     uint32_t set_generation(const std::string& generation);
 
     uint32_t key_exists(Root root, std::wstring_view key);
+    // Whether the key or a key above it is volatile (it vanishes when the
+    // target restarts); VEX_REG_FILE_NOT_FOUND when there is no such key.
+    uint32_t key_is_volatile(Root root, std::wstring_view key, bool& is_volatile);
     // Creates the key and any missing parents (parents are created with the
     // same volatility). An existing key is opened as it is.
     uint32_t create_key(Root root, std::wstring_view key, bool is_volatile = false);
@@ -106,6 +109,10 @@ private:
     struct Impl;
     std::string path_;
     std::string generation_;
+    // Guards generation_ and impl_ (the connection), held for a whole
+    // operation including its busy retries. Lock order: the fork guard's
+    // list lock, then each store's mutex_ (taken together only around
+    // fork()); no other lock is taken while it is held.
     std::mutex mutex_;
     std::unique_ptr<Impl> impl_;
 };
@@ -116,6 +123,19 @@ private:
 // so volatile keys vanish as soon as the target has restarted. A store in
 // use keeps living until its last user lets go of it.
 std::shared_ptr<Store> current_store();
+
+// The same answer as current_store()->get_value(), for the reads the
+// library's load sequence makes: a string or number value or its absence.
+// While the database is unchanged since such an answer was last read, it
+// comes from a small snapshot file beside the database ("<database>.snapshot")
+// and no SQLite code runs, which keeps loading the library light. Any other
+// answer (another type, a failure) is read from the store every time. A
+// database that does not exist reads as empty and is not made.
+uint32_t get_value_at_load(Root root, std::wstring_view key, std::wstring_view name, Value& out);
+// The same for the database at db_path of a target in `generation` (a
+// virtual controller's power-up checks its presets with it).
+uint32_t get_value_at_load(const std::string& db_path, const std::string& generation, Root root,
+                           std::wstring_view key, std::wstring_view name, Value& out);
 
 // Writes a value into the store at db_path, creating the keys on the way.
 // Used by the virtual controller to preset its registry. `key` is the path

@@ -36,7 +36,9 @@ private:
 };
 
 // A mutex that lives in shared memory and works across processes. It is
-// robust: when its owner dies, the next locker gets it and carries on.
+// robust: when its owner dies, the next locker gets it and carries on. It
+// inherits priority: its owner runs at least at the priority of the
+// highest-priority thread waiting for it.
 //
 // The C library's lock differs between 32- and 64-bit processes (size,
 // field order, robust-list pointers), so processes of different word

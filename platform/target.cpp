@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <mutex>
+#include <vector>
 
 #include "platform/system.h"
 
@@ -44,19 +46,76 @@ std::string lower(const std::string& text) {
     return out;
 }
 
+// Edit distance between two short texts (both bounded by the caller).
+size_t distance(const std::string& a, const std::string& b) {
+    std::vector<size_t> row(b.size() + 1);
+    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = row[0];
+        row[0] = i;
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t up = row[j];
+            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+            diagonal = up;
+        }
+    }
+    return row[b.size()];
+}
+
+// The documented value a mistyped target most likely meant, or "" when
+// none is close. Case is forgiven here, never when parsing.
+std::string closest_value(const std::string& text) {
+    const std::string word = lower(text.substr(0, 64));
+    if (word.rfind("sim:", 0) == 0) return "sim:" + text.substr(4);
+    const char* best = "";
+    size_t best_distance = 3;  // at most two edits away
+    for (const char* value : {"hw", "sim"}) {
+        const size_t d = distance(word, value);
+        if (d < best_distance) {
+            best = value;
+            best_distance = d;
+        }
+    }
+    // Spelled out or abbreviated differently: "simulation", "hardware".
+    if (!*best && word.rfind("sim", 0) == 0) best = "sim";
+    if (!*best && word.rfind("hard", 0) == 0) best = "hw";
+    return best;
+}
+
+std::string shown(const std::string& text) {
+    std::string out;
+    for (unsigned char c : text) {
+        if (out.size() >= 64) {
+            out += "...";
+            break;
+        }
+        if (c >= 0x20 && c < 0x7F) {
+            out += static_cast<char>(c);
+        } else {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            out += hex;
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
+// The documented values are matched exactly: a deployed program's target is
+// written once and read by scripts, packages and people; "HW" working on one
+// controller and failing on the next release would be worse than a clear
+// refusal now.
 bool parse_target(const std::string& text, Target& out) {
-    const std::string word = lower(text);
-    if (text.empty() || word == "sim") {
+    if (text.empty() || text == "sim") {
         out = Target{false, "default", ""};
         return true;
     }
-    if (word == "hw") {
+    if (text == "hw") {
         out = Target{true, "", ""};
         return true;
     }
-    if (word.rfind("sim:", 0) == 0 && valid_instance_name(text.substr(4))) {
+    if (text.rfind("sim:", 0) == 0 && valid_instance_name(text.substr(4))) {
         out = Target{false, text.substr(4), ""};
         return true;
     }
@@ -64,24 +123,13 @@ bool parse_target(const std::string& text, Target& out) {
 }
 
 std::string target_problem(const std::string& text) {
-    std::string shown;
-    for (unsigned char c : text) {
-        if (shown.size() >= 64) {
-            shown += "...";
-            break;
-        }
-        if (c >= 0x20 && c < 0x7F) {
-            shown += static_cast<char>(c);
-        } else {
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02X", c);
-            shown += hex;
-        }
-    }
-    std::string why = "target '" + shown + "' is not recognised; ";
-    if (lower(text).rfind("sim:", 0) == 0)
+    std::string why = "target '" + shown(text) + "' is not recognised; ";
+    const std::string guess = closest_value(text);
+    if (lower(text.substr(0, 4)) == "sim:" && (text.rfind("sim:", 0) == 0 || !valid_instance_name(text.substr(4))))
         why += "an instance name is 1 to 48 letters, digits, '_', '-' or '.' (not '.' or '..'); ";
-    return why + "use hw, sim or sim:<instance> (connected to no controller)";
+    else if (!guess.empty())
+        why += "did you mean \"" + shown(guess) + "\"? ";
+    return why + "use hw, sim or sim:<instance>, in lower case (connected to no controller)";
 }
 
 void reload_target() {

@@ -4,8 +4,9 @@
 //   sim            the virtual controller's default instance
 //   sim:<name>     a named virtual controller instance
 //   (unset)        same as sim
-// The words "hw" and "sim" are matched without regard to case; instance
-// names are taken as written. Any other text selects no controller at all:
+// These are matched exactly, in lower case ("HW" is refused, and the
+// problem names the closest documented value); instance names are taken as
+// written. Any other text selects no controller at all:
 // a control program with a typo in its target must not drive a simulation
 // and report success. Such a target is not hardware and names no instance;
 // `problem` says why, and the library connects to nothing (registers

@@ -15,11 +15,21 @@ namespace gpio = plat::gpio;
 constexpr uint8_t kDeviceWrite = 0xA0;  // 1010 000 W: the chip's address pins are tied low
 constexpr uint8_t kDeviceRead = 0xA1;
 
-// Process-wide, used only under "VEX_EEP" (g_lock), set up at load.
+// Lock rules: g_lock is written by attach() and detach() only, from the
+// load and unload sequences while no export runs. The bus, its lines and
+// g_poll_count are used only by a thread that holds "VEX_EEP" (g_lock,
+// through Hold), which also keeps other processes off the same lines.
+// Without the lock (it could not be made) transfers fail before any bus
+// cycle; the pins are still set up and write protect still driven.
 plat::NamedMutex* g_lock = nullptr;
 i2c::GpioLines g_lines(kPinScl, kPinSda);
 i2c::Master g_bus(g_lines);
 uint32_t g_poll_count = 0;
+// Set at load on hardware: the bit delay is calibrated by the first
+// transfer (a few milliseconds of spinning that loading the library, and a
+// program that never touches the EEPROM, should not pay). Written at load
+// and under "VEX_EEP" only.
+bool g_pacing_due = false;
 
 void setup_pin(uint32_t pin);
 
@@ -115,6 +125,13 @@ bool write_held(uint32_t address, const uint8_t* data, uint32_t n) {
     return page_write((high << 8) | low, data, n);
 }
 
+// Caller holds "VEX_EEP".
+void ensure_pacing() {
+    if (!g_pacing_due) return;
+    g_lines.set_pacing(i2c::calibrate_delay_loops(i2c::kDelayUnitNs));
+    g_pacing_due = false;
+}
+
 void setup_pin(uint32_t pin) {
     if (gpio::function_of(pin) == 0 && gpio::is_output(pin)) return;
     gpio::select_function(pin, 0);
@@ -128,7 +145,8 @@ std::string attach() {
     if (g_lock) return "";
     std::string why;
     g_lock = plat::NamedMutex::open(plat::shared_object_name("VEX_EEP"), &why).release();
-    g_lines.set_pacing(plat::target().hardware ? i2c::calibrate_delay_loops(i2c::kDelayUnitNs) : 0);
+    g_lines.set_pacing(0);
+    g_pacing_due = plat::target().hardware;
     Hold hold;
     for (const uint32_t pin : {kPinWriteProtect, kPinSda, kPinScl}) setup_pin(pin);
     return g_lock ? "" : "EEPROM lock: " + why;
@@ -142,19 +160,24 @@ void detach() {
 bool read(uint32_t address, uint8_t* buf, uint32_t n) {
     if (n == 0) return true;
     Hold hold;
-    return hold.held() && read_held(address, buf, n);
+    if (!hold.held()) return false;
+    ensure_pacing();
+    return read_held(address, buf, n);
 }
 
 WriteResult write(uint32_t address, const uint8_t* data, uint32_t n) {
     Hold hold;
     if (!hold.held()) return WriteResult::Failed;
     if (gpio::level(kPinWriteProtect)) return WriteResult::WriteProtected;
+    ensure_pacing();
     return write_held(address, data, n) ? WriteResult::Ok : WriteResult::Failed;
 }
 
 UpdateResult update(uint32_t address, uint8_t* buf, uint32_t n, const std::function<void(uint8_t*)>& change) {
     Hold hold;
-    if (!hold.held() || !read_held(address, buf, n)) return UpdateResult::ReadFailed;
+    if (!hold.held()) return UpdateResult::ReadFailed;
+    ensure_pacing();
+    if (!read_held(address, buf, n)) return UpdateResult::ReadFailed;
     change(buf);
     gpio::clear(kPinWriteProtect);
     const bool written = write_held(address, buf, n);
@@ -168,6 +191,11 @@ void set_write_protect(bool protect) {
 }
 
 uint32_t last_poll_count() { return g_poll_count; }
-uint32_t delay_loops() { return g_lines.pacing(); }
+uint32_t delay_loops() {
+    Hold hold;
+    if (!hold.held()) return 0;
+    ensure_pacing();
+    return g_lines.pacing();
+}
 
 }  // namespace vex::services::eeprom

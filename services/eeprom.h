@@ -48,7 +48,8 @@ void set_write_protect(bool protect);
 
 // Device selects sent by the last address phase (1 = acknowledged at once).
 uint32_t last_poll_count();
-// Delay loops of one bit delay unit (0 on the virtual controller).
+// Delay loops of one bit delay unit (0 on the virtual controller). On
+// hardware the first transfer calibrates it; asking calibrates it too.
 uint32_t delay_loops();
 
 }  // namespace vex::services::eeprom

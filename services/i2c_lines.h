@@ -1,12 +1,14 @@
 // The EEPROM bus's lines on the processor's GPIO pins, and its timing.
 //
 // Timing on the controller (I2C standard mode, 100 kHz at most): one delay
-// unit is a busy loop calibrated at load to last at least 5 microseconds,
+// unit is a busy loop calibrated to last at least 5 microseconds,
 // and the lines hold every change for one unit before the next one. So SCL
 // stays low at least 5 us (tLOW >= 4.7), high at least 5 us (tHIGH >= 4.0),
 // a start condition is held 5 us (tHD;STA >= 4.0), a repeated start and a
 // stop are set up 5 us (>= 4.7 / 4.0), and the bus is free 5 us between a
-// stop and a start (tBUF >= 4.7). Calibration: after a 2 ms warm-up spin,
+// stop and a start (tBUF >= 4.7). Calibration, at the first transfer of the
+// process (not at load, where it would cost every program a few
+// milliseconds): after a 2 ms warm-up spin,
 // the loop is timed five times over 20000 iterations against the monotonic
 // clock; the fastest run sets the count, so a processor that later runs
 // slower only lengthens the unit. The count is never below 28, the

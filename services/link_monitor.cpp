@@ -1,15 +1,19 @@
 #include "services/link_monitor.h"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
+#include "platform/checked_mutex.h"
 #include "platform/fork.h"
 #include "platform/link_watch.h"
+#include "platform/thread_start.h"
 #include "platform/text_codec.h"
 #include "vexsdk.h"
 
@@ -28,7 +32,7 @@ struct Monitor {
     std::atomic<uint8_t> flag[2] = {0, 0};
     std::atomic<int> state{kStopped};
     std::atomic<bool> restart{false};  // a forked child: the thread stayed with the parent
-    std::mutex lifecycle;
+    plat::CheckedMutex lifecycle;
     plat::LinkWatch* watch = nullptr;
     std::thread* thread = nullptr;
     std::mutex mutex;
@@ -75,23 +79,38 @@ void run(Monitor* m) {
 
 }  // namespace
 
-std::string adapter_interface(plat::registry::Store& store, int index) {
-    const std::wstring name = index == 1 ? L"LAN1" : L"LAN2";
-    plat::registry::Value v;
-    if (store.get_value(plat::registry::Root::LocalMachine, kEthernetKey, name, v) != VEX_REG_SUCCESS)
-        return index == 1 ? "eth0" : "eth1";
+namespace {
+
+const wchar_t* adapter_value(int index) { return index == 1 ? L"LAN1" : L"LAN2"; }
+
+std::string interface_from(uint32_t result, const plat::registry::Value& v, int index) {
+    if (result != VEX_REG_SUCCESS) return index == 1 ? "eth0" : "eth1";
     return plat::registry::Value::is_string_type(v.type) ? plat::to_utf8(v.text) : std::string();
+}
+
+}  // namespace
+
+std::string adapter_interface(plat::registry::Store& store, int index) {
+    plat::registry::Value v;
+    return interface_from(store.get_value(plat::registry::Root::LocalMachine, kEthernetKey, adapter_value(index), v),
+                          v, index);
 }
 
 namespace {
 
+// At load: through the registry snapshot, so that starting the monitor
+// runs no SQLite code while the registry is unchanged.
+std::string adapter_interface_at_load(int index) {
+    plat::registry::Value v;
+    return interface_from(
+        plat::registry::get_value_at_load(plat::registry::Root::LocalMachine, kEthernetKey, adapter_value(index), v),
+        v, index);
+}
+
 void start_locked(Monitor& m) {
+    VEX_ASSERT_HELD(m.lifecycle);
     if (m.state.load() != kStopped) return;
-    std::string names[2];
-    if (auto store = plat::registry::current_store()) {
-        names[0] = adapter_interface(*store, 1);
-        names[1] = adapter_interface(*store, 2);
-    }
+    const std::string names[2] = {adapter_interface_at_load(1), adapter_interface_at_load(2)};
     {
         std::lock_guard<std::mutex> lock(m.mutex);
         m.names[0] = names[0];
@@ -106,15 +125,15 @@ void start_locked(Monitor& m) {
     if (watch) {
         apply_events(m, now);
         m.watch = watch.release();
-        try {
-            m.thread = new std::thread(run, &m);
+        auto thread = std::make_unique<std::thread>();
+        if (plat::start_thread(*thread, [mp = &m] { run(mp); })) {
+            m.thread = thread.release();
             m.state = kRunning;
             return;
-        } catch (const std::exception& e) {
-            why = std::string("cannot start the link monitor thread: ") + e.what();
-            delete m.watch;
-            m.watch = nullptr;
         }
+        why = std::string("cannot start the link monitor thread: ") + std::strerror(errno);
+        delete m.watch;
+        m.watch = nullptr;
     }
     // Like a device that would not open: the flags stay 0 and answer.
     std::lock_guard<std::mutex> lock(m.mutex);
@@ -123,6 +142,7 @@ void start_locked(Monitor& m) {
 }
 
 void stop_locked(Monitor& m) {
+    VEX_ASSERT_HELD(m.lifecycle);
     if (m.thread) {
         m.watch->cancel();
         m.thread->join();
@@ -168,19 +188,19 @@ void start_link_monitor() {
     static std::once_flag fork_handlers;
     std::call_once(fork_handlers, [] { plat::on_fork(before_fork, after_fork_parent, after_fork_child); });
     Monitor& m = monitor();
-    std::lock_guard<std::mutex> lock(m.lifecycle);
+    std::lock_guard lock(m.lifecycle);
     start_locked(m);
 }
 
 void stop_link_monitor() {
     Monitor& m = monitor();
-    std::lock_guard<std::mutex> lock(m.lifecycle);
+    std::lock_guard lock(m.lifecycle);
     stop_locked(m);
 }
 
 void restart_after_fork() {
     Monitor& m = monitor();
-    std::lock_guard<std::mutex> lock(m.lifecycle);
+    std::lock_guard lock(m.lifecycle);
     if (!m.restart.exchange(false)) return;
     start_locked(m);
 }

@@ -29,7 +29,7 @@ constexpr int32_t kMaxLevel = 100;
 constexpr uint32_t kRampStepMs = 5;
 
 // The level a ramp started from, when it left the dim range. Written and
-// never read, as on the controller.
+// never read, as on the controller; atomic, as any thread may ramp.
 std::atomic<uint32_t> g_saved_level{0};
 
 bool starts_with(const std::string& text, const char* prefix) { return text.rfind(prefix, 0) == 0; }

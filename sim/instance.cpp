@@ -1,9 +1,11 @@
 #include "sim/instance.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
@@ -59,10 +61,31 @@ void copy_text(char* dst, size_t size, const std::string& src) {
     std::memcpy(dst, src.data(), std::min(size - 1, src.size()));
 }
 
-bool write_registry_presets(const std::string& db, const Description& d) {
+// Writes the description's registry values into the instance's registry,
+// skipping those it already holds: a program that powers up its own
+// virtual controller then runs no SQLite code for them (the check is
+// answered from the registry's snapshot file while the database is
+// unchanged; see platform/linux/registry_snapshot.cpp). Runs after
+// power_up(), which wrote the new generation.
+bool write_registry_presets(const std::string& dir, const Description& d) {
     using plat::registry::Root;
-    bool ok = plat::registry::preset_string(db, Root::LocalMachine, L"HARDWARE\\MODULETYPE", L"HWID",
-                                            plat::from_utf8(d.hardware_id)) == 0;
+    using plat::registry::Value;
+    const std::string db = dir + "/registry.db";
+    std::string generation;
+    {
+        std::ifstream in(dir + "/generation");
+        std::getline(in, generation);
+    }
+    auto put = [&](Root root, const std::wstring& key, const std::wstring& name, const Value& want) {
+        Value v;
+        const bool dword = want.type == plat::registry::kTypeDword;
+        if (plat::registry::get_value_at_load(db, generation, root, key, name, v) == 0 && v.type == want.type &&
+            (dword ? v.number == want.number : v.text == want.text))
+            return true;
+        return (dword ? plat::registry::preset_dword(db, root, key, name, want.number)
+                      : plat::registry::preset_string(db, root, key, name, want.text)) == 0;
+    };
+    bool ok = put(Root::LocalMachine, L"HARDWARE\\MODULETYPE", L"HWID", Value::string(plat::from_utf8(d.hardware_id)));
     for (const RegistryPreset& p : d.registry) {
         // Presets name full paths; split off the root and the value name.
         static const std::pair<const wchar_t*, Root> roots[] = {
@@ -75,8 +98,7 @@ bool write_registry_presets(const std::string& db, const Description& d) {
             const size_t cut = rest.rfind(L'\\');
             const std::wstring key = cut == std::wstring::npos ? L"" : rest.substr(0, cut);
             const std::wstring value = cut == std::wstring::npos ? rest : rest.substr(cut + 1);
-            ok &= (p.is_number ? plat::registry::preset_dword(db, root, key, value, p.number)
-                               : plat::registry::preset_string(db, root, key, value, p.text)) == 0;
+            ok &= put(root, key, value, p.is_number ? Value::dword(p.number) : Value::string(p.text));
         }
     }
     return ok;
@@ -102,6 +124,21 @@ void settle_resets(State& s, uint64_t now) {
     if (!models::system_catch_up(s, now)) return;
     mirror_all_slots(s, now);
     reschedule_all_irqs(s);  // the timers stopped: waiters arm again
+}
+
+// getpid() is a system call each time, and the trace asks for it on every
+// register write with the instance lock held (twice per timer tick, for the
+// acknowledge). Kept per process; a forked child asks again.
+pid_t own_pid() {
+    static std::atomic<pid_t> pid{0};
+    [[maybe_unused]] static const bool forget_on_fork =
+        ::pthread_atfork(nullptr, nullptr, [] { pid.store(0, std::memory_order_relaxed); }) == 0;
+    pid_t p = pid.load(std::memory_order_relaxed);
+    if (p == 0) {
+        p = ::getpid();
+        pid.store(p, std::memory_order_relaxed);
+    }
+    return p;
 }
 
 }  // namespace
@@ -166,7 +203,7 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
         auto d = inst->description(&why);
         if (!d) return fail(why);
         inst->power_up(*d);
-        if (!write_registry_presets(plat::instance_dir(name) + "/registry.db", *d))
+        if (!write_registry_presets(plat::instance_dir(name), *d))
             return fail("cannot preset the registry of instance '" + name + "'");
     }
     return inst;
@@ -185,7 +222,7 @@ bool Instance::power_cycle(std::string* error) {
     std::memcpy(ports, state_->serial_ports, sizeof ports);
     power_up(*d, ports);
     state_->lock.unlock();
-    return write_registry_presets(plat::instance_dir(name_) + "/registry.db", *d);
+    return write_registry_presets(plat::instance_dir(name_), *d);
 }
 
 void Instance::power_up(const Description& d, const SerialPortState* keep_ports) {
@@ -243,7 +280,7 @@ void Instance::trace(uint32_t offset, uint16_t value, uint8_t kind, uint64_t now
     e.offset = offset;
     e.value = value;
     e.kind = kind;
-    e.pid = static_cast<uint32_t>(::getpid());
+    e.pid = static_cast<uint32_t>(own_pid());
     state_->trace_next++;
 }
 

@@ -44,7 +44,11 @@ VEXSDK_API int32_t vex_GetCPUVersion(char *text);
  * @param text Text (NUL-terminated) or buffer that receives the text.
  * @return The value described above.
  * @errors
- *   - none: the call records no code.
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): left even on success: the factory record lies in the
+ *     EEPROM system area, and every read there first fails the user-area test ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer; the record reads as all ones
+ *     ("Read EEPROM Failed").
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_GetOSVersion(char *text);
@@ -56,7 +60,11 @@ VEXSDK_API int32_t vex_GetOSVersion(char *text);
  * @param text Text (NUL-terminated) or buffer that receives the text.
  * @return The value described above.
  * @errors
- *   - none: the call records no code.
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): left even on success: the factory record lies in the
+ *     EEPROM system area, and every read there first fails the user-area test ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer; the record reads as all ones
+ *     ("Read EEPROM Failed").
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_GetEbootVersion(char *text);
@@ -70,7 +78,11 @@ VEXSDK_API int32_t vex_GetEbootVersion(char *text);
  * @param wideText Buffer that receives the wide text; may be null.
  * @return The value described above.
  * @errors
- *   - none: the call records no code.
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): left even on success: the factory record lies in the
+ *     EEPROM system area, and every read there first fails the user-area test ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer; the record reads as all ones
+ *     ("Read EEPROM Failed").
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_GetOSBuild_DATE_TIME(char *text, wchar_t *wideText);
@@ -83,7 +95,11 @@ VEXSDK_API int32_t vex_GetOSBuild_DATE_TIME(char *text, wchar_t *wideText);
  * @param wideText Buffer that receives the wide text; may be null.
  * @return The value described above.
  * @errors
- *   - none: the call records no code.
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): left even on success: the factory record lies in the
+ *     EEPROM system area, and every read there first fails the user-area test ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer; the record reads as all ones
+ *     ("Read EEPROM Failed").
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_GetEbootBuild_DATE_TIME(char *text, wchar_t *wideText);
@@ -91,11 +107,15 @@ VEXSDK_API int32_t vex_GetEbootBuild_DATE_TIME(char *text, wchar_t *wideText);
  * @brief The silicon serial number as 16 hexadecimal digits (byte 0 first, the
  *   last byte its CRC-8), or "5A5A5A5A5A5A5A5A" when the CRC-8 (Dallas/Maxim,
  *   reflected polynomial 0x8C) does not match:
- * no valid number is stored. No code is recorded either way.
+ * no valid number is stored.
  * @param text Text (NUL-terminated) or buffer that receives the text.
  * @return The value described above.
  * @errors
- *   - none: the call records no code.
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): left even on success: the factory record lies in the
+ *     EEPROM system area, and every read there first fails the user-area test ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer; the record reads as all ones
+ *     ("Read EEPROM Failed").
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_GetSerialNumber(char *text);
@@ -104,12 +124,16 @@ VEXSDK_API int32_t vex_GetSerialNumber(char *text);
  *   digits.
  * Any other index, 0 included, records VEX_ERR_INVALID_MAC and gives
  * "FFFFFFFFFFFF".
- * @param index Index, counted from 0.
+ * @param index Adapter: 1 (LAN1) or 2 (LAN2).
  * @param text Text (NUL-terminated) or buffer that receives the text.
  * @return The value described above.
  * @errors
- *   - VEX_ERR_INVALID_MAC (0x10004): the MAC address cannot be read or is malformed ("Invalid
- *     MAC address").
+ *   - VEX_ERR_INVALID_MAC (0x10004): the index is not 1 or 2 ("Invalid MAC address").
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): left even on success: the factory record lies in the
+ *     EEPROM system area, and every read there first fails the user-area test ("Accesses invalid
+ *     EEPROM address").
+ *   - VEX_ERR_EEPROM_READ (0x11007): the EEPROM did not answer; the record reads as all ones
+ *     ("Read EEPROM Failed").
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_GetMacAddress(uint8_t index, char *text);
@@ -122,7 +146,7 @@ VEXSDK_API int32_t vex_GetMacAddress(uint8_t index, char *text);
  * hexadecimal text records VEX_ERR_INVALID_MAC and writes nothing; a record
  * that cannot be read is not written back (VEX_ERR_EEPROM_READ); a failed
  * write records VEX_ERR_EEPROM_WRITE. FALSE in those cases, TRUE otherwise.
- * @param index Index, counted from 0.
+ * @param index Adapter: 1 (LAN1) or 2 (LAN2).
  * @param mac MAC address text or bytes.
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
@@ -164,7 +188,7 @@ VEXSDK_API int32_t vex_GetRotaryID(void);
  * 1 when it is fine, 0 when it is low; any other index 0. The single-slot
  * controller (model code 5) cannot tell: records VEX_ERR_NOT_SUPPORTED and
  * returns 0.
- * @param index Index, counted from 0.
+ * @param index Battery: 1 or 2.
  * @return The value described above.
  * @errors
  *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The

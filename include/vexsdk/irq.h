@@ -109,12 +109,10 @@ VEXSDK_API VEX_BOOL32 vex_RegisterSlotInterrupt(uint32_t slot, VEX_IRQ_CALLBACK 
  * @param slot Slot number, counted from 0 (only the low 8 bits are used).
  * @return 1 on success, 0 on failure.
  * @errors
- *   - VEX_ERR_SLOT_NOT_REGISTERED (0x10002): the slot is not registered ("Slot not registered
- *     error").
- *   - VEX_ERR_UART_RESPONSE (0x14003): the module answered with an error or malformed text
- *     ("Uart response error").
- *   - VEX_ERR_UART_OPEN (0x14006): the port is not open, or cannot be opened ("Open COM port
- *     failed").
+ *   - VEX_ERR_SLOT_NOT_REGISTERED (0x10002): another process registered the slot ("Slot not
+ *     registered error").
+ *   - VEX_ERR_INVALID_SLOT (0x10008): the slot is at or beyond the slot count ("Invalid Slot
+ *     number").
  * @thread Safe from any thread; callbacks run on the library's service
  *   threads.
  */
@@ -159,7 +157,8 @@ VEXSDK_API void vex_EnableSlotInterrupt(uint32_t slot, uint8_t enable);
  * @param slot Slot number, counted from 0 (only the low 8 bits are used).
  * @param type Kind selector (see the description).
  * @errors
- *   - none: the call records no code.
+ *   - VEX_ERR_INVALID_SLOT (0x10008): the slot is at or beyond the slot count; nothing is stored
+ *     ("Invalid Slot number").
  * @thread Safe from any thread; callbacks run on the library's service
  *   threads.
  */
@@ -294,17 +293,12 @@ VEXSDK_API VEX_BOOL32 vex_SetBPTimerOut(uint16_t first, uint16_t second, VEX_IRQ
  * again.
  * @param timer Timer number.
  * @errors
- *   - VEX_ERR_SLOT_NOT_REGISTERED (0x10002): the slot is not registered ("Slot not registered
+ *   - VEX_ERR_SLOT_NOT_REGISTERED (0x10002): another process runs the timer ("Slot not registered
  *     error").
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
+ *   - VEX_ERR_NOT_SUPPORTED (0x10006): the single-slot controller has no backplane timers ("The
  *     function isn't supported").
- *   - VEX_ERR_UART_RESPONSE (0x14003): the module answered with an error or malformed text
- *     ("Uart response error").
- *   - VEX_ERR_UART_OPEN (0x14006): the port is not open, or cannot be opened ("Open COM port
- *     failed").
- *   - VEX_ERR_UART_BUFFER_OVERFLOW (0x14008): a handle is 0 or 0xFFFFFFFF, a pointer is null, or
- *     a text is too long ("Internal buffer overflow").
- *   - VEX_ERR_TIMER_NOT_SET (0x16002): the timer is not set (no message).
+ *   - VEX_ERR_TIMER_NOT_SET (0x16002): the timer is marked in use for this process but has no
+ *     callback here (no message).
  * @thread Safe from any thread; callbacks run on the library's service
  *   threads.
  */

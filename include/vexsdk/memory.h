@@ -61,8 +61,8 @@ VEXSDK_EXTERN_C_BEGIN
  * @param memType Memory type (see the description).
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_EEPROM_ADDRESS (0x11001): the address lies outside the EEPROM ("Accesses invalid
- *     EEPROM address").
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): the address lies outside the EEPROM user area; also left
+ *     by a read of the system area (from 0x20000) that succeeds ("Accesses invalid EEPROM address").
  *   - VEX_ERR_SRAM_ADDRESS (0x11002): the address lies outside the SRAM ("Accesses invalid SRAM
  *     address").
  *   - VEX_ERR_MEMORY_TYPE (0x11003): the memory type is not one of the controller's ("Invalid
@@ -89,13 +89,18 @@ VEXSDK_API VEX_BOOL vex_ReadMemory(uint32_t address, uint8_t *buffer, uint32_t l
  * @param memType Memory type (see the description).
  * @return VEX_TRUE on success, VEX_FALSE on failure.
  * @errors
- *   - VEX_ERR_MEMORY_TYPE (0x11003): the memory type is not one of the controller's ("Invalid
- *     memory type").
+ *   - VEX_ERR_EEPROM_ADDRESS (0x11001): the address lies outside the EEPROM user area; also left
+ *     by a write to the system area (from 0x20000) that succeeds ("Accesses invalid EEPROM address").
+ *   - VEX_ERR_SRAM_ADDRESS (0x11002): the address lies outside the SRAM ("Accesses invalid SRAM
+ *     address").
+ *   - VEX_ERR_MEMORY_TYPE (0x11003): the memory type is not one of the controller's ("Invalid memory
+ *     type").
+ *   - VEX_ERR_NVRAM_ADDRESS (0x11004): the address lies outside the NVRAM ("Accesses invalid NVRAM
+ *     address").
  *   - VEX_ERR_EEPROM_WRITE_PROTECTED (0x11005): the EEPROM is write-protected ("EEPROM is write-
  *     protected").
  *   - VEX_ERR_EEPROM_WRITE (0x11006): the EEPROM did not take the write ("Write EEPROM Failed").
- *   - VEX_ERR_MEMORY_ARGUMENT (0x11008): a pointer is null or a length is out of range (no
- *     message).
+ *   - VEX_ERR_MEMORY_ARGUMENT (0x11008): a pointer is null or a length is out of range (no message).
  * @thread Safe from any thread.
  */
 VEXSDK_API VEX_BOOL vex_WriteMemory(uint32_t address, const uint8_t *buffer, uint32_t length, uint32_t memType);

@@ -28,14 +28,11 @@ VEXSDK_EXTERN_C_BEGIN
  * the monitor is not running (before load, after unload); if it could not
  * start, the state stays 0. A null state with index 1 or 2 returns -1. Reads
  * one byte: no lock, any thread.
- * @param index Index, counted from 0.
- * @param state New state of the line.
- * @return -2 while the monitor is not running (before load, after unload).
+ * @param index Adapter: 1 (LAN1) or 2 (LAN2).
+ * @param state Receives 1 (link up) or 0 (down or not known).
+ * @return 0; -1 for a null state; -2 while the monitor is not running.
  * @errors
- *   - VEX_ERR_UART_RESPONSE (0x14003): the module answered with an error or malformed text
- *     ("Uart response error").
- *   - VEX_ERR_UART_OPEN (0x14006): the port is not open, or cannot be opened ("Open COM port
- *     failed").
+ *   - none: the call records no code; its result says what went wrong (see @return).
  * @thread Safe from any thread.
  */
 VEXSDK_API int32_t vex_EthernetLinkState(uint8_t index, uint8_t *state);

@@ -101,8 +101,8 @@ VEXSDK_API VEX_PORT uart_OpenEx(const char *config);
  *   null for the default.
  * @return The value described above.
  * @errors
- *   - VEX_ERR_NOT_SUPPORTED (0x10006): the controller or module lacks the function ("The
- *     function isn't supported").
+ *   - VEX_ERR_NOT_SUPPORTED (0x10006): left on the single-slot controller, even when the port
+ *     opens, by the look-up of the older port numbering ("The function isn't supported").
  *   - VEX_ERR_UART_OPEN (0x14006): the port is not open, or cannot be opened ("Open COM port
  *     failed").
  * @thread Any thread may use any port; threads that share a port serialise

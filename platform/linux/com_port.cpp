@@ -407,6 +407,8 @@ std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* e
 
     const int wake = com_calls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake < 0) return fail("cannot create an eventfd", fd);
+    // realpath is not in the table: when it fails the path as given is
+    // used, and only the choice of modem-line backend reads it.
     char* real = ::realpath(device.c_str(), nullptr);
     std::string canonical = real ? real : device;
     std::free(real);

@@ -5,7 +5,6 @@
 #include <fcntl.h>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -26,8 +25,8 @@ public:
     DoorbellWatch(int inotify, int wake, LinkReader read_all, void* context)
         : inotify_(inotify), wake_(wake), read_all_(read_all), context_(context) {}
     ~DoorbellWatch() override {
-        if (inotify_ >= 0) ::close(inotify_);
-        ::close(wake_);
+        if (inotify_ >= 0) calls().close(inotify_);
+        calls().close(wake_);
     }
 
     bool wait(std::vector<LinkEvent>& out) override {
@@ -57,7 +56,7 @@ public:
     void cancel() override {
         cancelled_.store(true, std::memory_order_release);
         const uint64_t one = 1;
-        if (::write(wake_, &one, sizeof one) < 0) {
+        if (calls().write(wake_, &one, sizeof one) < 0) {
             // The counter is already non-zero: the waiter wakes anyway.
         }
     }
@@ -84,7 +83,7 @@ private:
     }
 
     void drop_source() {
-        if (inotify_ >= 0) ::close(inotify_);
+        if (inotify_ >= 0) calls().close(inotify_);
         inotify_ = -1;
     }
 
@@ -99,12 +98,12 @@ private:
 
 std::unique_ptr<LinkWatch> open_doorbell_watch(const std::string& path, LinkReader read_all, void* context,
                                                std::vector<LinkEvent>& now, std::string* error) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
+    const int file = calls().open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
     if (file < 0) {
         if (error) *error = failure("open(" + path + ")");
         return nullptr;
     }
-    ::close(file);
+    calls().close(file);
     const int ino = calls().inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
     if (ino < 0) {
         if (error) *error = failure("inotify_init1");
@@ -112,13 +111,13 @@ std::unique_ptr<LinkWatch> open_doorbell_watch(const std::string& path, LinkRead
     }
     if (calls().inotify_add_watch(ino, path.c_str(), IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF) < 0) {
         if (error) *error = failure("inotify_add_watch(" + path + ")");
-        ::close(ino);
+        calls().close(ino);
         return nullptr;
     }
     const int wake = calls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake < 0) {
         if (error) *error = failure("eventfd");
-        ::close(ino);
+        calls().close(ino);
         return nullptr;
     }
     // Subscribed first, read second: a ring in between is heard later.

@@ -46,7 +46,7 @@ bool is_event(int handle) {
     char link[64];
     char target[32] = {};
     std::snprintf(link, sizeof link, "/proc/self/fd/%d", handle);
-    const ssize_t n = ::readlink(link, target, sizeof target - 1);
+    const ssize_t n = irq_calls().readlink(link, target, sizeof target - 1);
     return n > 0 && std::strcmp(target, "anon_inode:[eventfd]") == 0;
 }
 

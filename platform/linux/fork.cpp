@@ -1,3 +1,5 @@
+// pthread_atfork is no call of a table: it fails only with ENOMEM before
+// the process has run any code of ours after the registration.
 #include "platform/fork.h"
 
 #include <pthread.h>

@@ -14,6 +14,7 @@
 #include <sched.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/timerfd.h>
 #include <sys/types.h>
 
@@ -27,7 +28,7 @@ struct IrqCalls {
     ssize_t (*write)(int fd, const void* buf, size_t count);
     int (*close)(int fd);
     int (*poll)(pollfd* fds, nfds_t nfds, int timeout);
-    int (*open)(const char* path, int flags, ...);
+    int (*open)(const char* path, int flags);
     int (*fcntl)(int fd, int cmd, ...);
     int (*socket)(int domain, int type, int protocol);
     int (*bind)(int fd, const sockaddr* addr, socklen_t len);
@@ -38,6 +39,8 @@ struct IrqCalls {
     int (*epoll_create1)(int flags);
     int (*epoll_ctl)(int epfd, int op, int fd, epoll_event* event);
     int (*pthread_setschedparam)(pthread_t thread, int policy, const sched_param* param);
+    int (*fstat)(int fd, struct stat* st);
+    ssize_t (*readlink)(const char* path, char* buf, size_t size);
 };
 
 // The table, by name ("eventfd", "timerfd_create", ...).

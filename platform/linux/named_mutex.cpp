@@ -26,14 +26,17 @@ constexpr uint32_t kReady = 0x4D555432;  // "MUT2": the lock carries its maker's
 
 int real_fstat(int fd, struct stat* st) { return ::fstat(fd, st); }
 int real_close(int fd) { return ::close(fd); }
+int real_munmap(void* addr, size_t length) { return ::munmap(addr, length); }
 void* real_mmap(void* addr, size_t length, int prot, int flags, int fd, off_t offset) {
     return ::mmap(addr, length, prot, flags, fd, offset);
 }
-constexpr NamedMutexCalls kRealCalls = {::shm_open, ::flock, real_fstat, ::ftruncate, real_mmap, real_close};
+constexpr NamedMutexCalls kRealCalls = {::shm_open, ::flock,     real_fstat,  ::ftruncate,
+                                            real_mmap,  real_close, real_munmap, ::shm_unlink};
 constexpr CallSlot kSlots[] = {
     VEX_CALL_SLOT(NamedMutexCalls, shm_open),  VEX_CALL_SLOT(NamedMutexCalls, flock),
     VEX_CALL_SLOT(NamedMutexCalls, fstat),     VEX_CALL_SLOT(NamedMutexCalls, ftruncate),
     VEX_CALL_SLOT(NamedMutexCalls, mmap),      VEX_CALL_SLOT(NamedMutexCalls, close),
+    VEX_CALL_SLOT(NamedMutexCalls, munmap),    VEX_CALL_SLOT(NamedMutexCalls, shm_unlink),
 };
 constinit CallTable<NamedMutexCalls> g_table{kRealCalls, kSlots};
 
@@ -78,7 +81,7 @@ std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::strin
                 } else if (!shared->mutex.compatible()) {
                     why = "mutex " + name + " was made by " + shared->mutex.maker() +
                           "; a process of another word size cannot share it";
-                    ::munmap(shared, sizeof(Shared));
+                    c.munmap(shared, sizeof(Shared));
                     shared = nullptr;
                 }
             }
@@ -88,7 +91,7 @@ std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::strin
         // stays would block every later opener: give the mapping up.
         if (c.flock(fd, LOCK_UN) != 0 && shared) {
             why = os_error("flock", name);
-            ::munmap(shared, sizeof(Shared));
+            c.munmap(shared, sizeof(Shared));
             shared = nullptr;
         }
     }
@@ -100,9 +103,9 @@ std::unique_ptr<NamedMutex> NamedMutex::open(const std::string& name, std::strin
     return std::unique_ptr<NamedMutex>(new NamedMutex(shared));
 }
 
-bool NamedMutex::remove(const std::string& name) { return ::shm_unlink(name.c_str()) == 0; }
+bool NamedMutex::remove(const std::string& name) { return named_mutex_calls().shm_unlink(name.c_str()) == 0; }
 
-NamedMutex::~NamedMutex() { ::munmap(shared_, sizeof(Shared)); }
+NamedMutex::~NamedMutex() { named_mutex_calls().munmap(shared_, sizeof(Shared)); }
 
 bool NamedMutex::lock() { return shared_->mutex.lock_recovering(); }
 

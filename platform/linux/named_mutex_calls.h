@@ -20,6 +20,8 @@ struct NamedMutexCalls {
     int (*ftruncate)(int fd, off_t length);
     void* (*mmap)(void* addr, size_t length, int prot, int flags, int fd, off_t offset);
     int (*close)(int fd);
+    int (*munmap)(void* addr, size_t length);
+    int (*shm_unlink)(const char* name);
 };
 
 CallTable<NamedMutexCalls>& named_mutex_table();

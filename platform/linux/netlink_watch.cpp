@@ -10,7 +10,6 @@
 #include <linux/rtnetlink.h>
 #include <linux/if.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -57,8 +56,8 @@ class NetlinkWatch final : public LinkWatch {
 public:
     NetlinkWatch(int sock, int wake) : sock_(sock), wake_(wake), buffer_(new uint8_t[kBufferSize]) {}
     ~NetlinkWatch() override {
-        if (sock_ >= 0) ::close(sock_);
-        ::close(wake_);
+        if (sock_ >= 0) calls().close(sock_);
+        calls().close(wake_);
     }
 
     // Asks for every link; the answers are read like notifications.
@@ -127,7 +126,7 @@ public:
     void cancel() override {
         cancelled_.store(true, std::memory_order_release);
         const uint64_t one = 1;
-        if (::write(wake_, &one, sizeof one) < 0) {
+        if (calls().write(wake_, &one, sizeof one) < 0) {
             // The counter is already non-zero: the waiter wakes anyway.
         }
     }
@@ -157,7 +156,7 @@ private:
     }
 
     void drop_source() {
-        if (sock_ >= 0) ::close(sock_);
+        if (sock_ >= 0) calls().close(sock_);
         sock_ = -1;
     }
 
@@ -189,13 +188,13 @@ std::unique_ptr<LinkWatch> open_netlink_watch(std::vector<LinkEvent>& now, std::
     local.nl_groups = RTMGRP_LINK;
     if (calls().bind(sock, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
         if (error) *error = failure("bind(netlink, RTMGRP_LINK)");
-        ::close(sock);
+        calls().close(sock);
         return nullptr;
     }
     const int wake = calls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake < 0) {
         if (error) *error = failure("eventfd");
-        ::close(sock);
+        calls().close(sock);
         return nullptr;
     }
     auto watch = std::make_unique<NetlinkWatch>(sock, wake);

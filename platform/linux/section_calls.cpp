@@ -16,11 +16,12 @@ void* real_mmap(void* addr, size_t length, int prot, int flags, int fd, off_t of
 }
 int real_munmap(void* addr, size_t length) { return ::munmap(addr, length); }
 
-constexpr SectionCalls kReal = {::shm_open, real_fstat, ::ftruncate, real_mmap, real_munmap, ::flock, real_close};
+constexpr SectionCalls kReal = {::shm_open, real_fstat, ::ftruncate, real_mmap,
+                            real_munmap, ::flock,    real_close,  ::shm_unlink};
 
 #define SLOT(m) VEX_CALL_SLOT(SectionCalls, m)
 constexpr CallSlot kSlots[] = {SLOT(shm_open), SLOT(fstat), SLOT(ftruncate), SLOT(mmap),
-                               SLOT(munmap),   SLOT(flock), SLOT(close)};
+                               SLOT(munmap),   SLOT(flock), SLOT(close),     SLOT(shm_unlink)};
 #undef SLOT
 
 constinit CallTable<SectionCalls> g_table{kReal, kSlots};

@@ -21,6 +21,7 @@ struct SectionCalls {
     int (*munmap)(void* addr, size_t length);
     int (*flock)(int fd, int operation);
     int (*close)(int fd);
+    int (*shm_unlink)(const char* name);
 };
 
 CallTable<SectionCalls>& section_table();

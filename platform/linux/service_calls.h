@@ -29,6 +29,9 @@ struct ServiceCalls {
     int (*inotify_init1)(int flags);
     int (*inotify_add_watch)(int fd, const char* path, uint32_t mask);
     ssize_t (*read)(int fd, void* buf, size_t len);
+    ssize_t (*write)(int fd, const void* buf, size_t len);
+    int (*open)(const char* path, int flags, mode_t mode);
+    int (*close)(int fd);
     int (*mount)(const char* source, const char* target, const char* type, unsigned long flags, const void* data);
     int (*umount2)(const char* target, int flags);
     int (*mkdir)(const char* path, mode_t mode);

@@ -41,15 +41,17 @@ std::unique_ptr<SharedSection> SharedSection::open(const std::string& name, size
 
 SharedSection::~SharedSection() { section_calls().munmap(data_, size_); }
 
-bool SharedSection::remove(const std::string& name) { return ::shm_unlink(name.c_str()) == 0; }
+bool SharedSection::remove(const std::string& name) { return section_calls().shm_unlink(name.c_str()) == 0; }
 
 bool SharedSection::exists(const std::string& name) {
-    const int fd = ::shm_open(name.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    const int fd = section_calls().shm_open(name.c_str(), O_RDONLY | O_CLOEXEC, 0);
     if (fd < 0) return errno == EACCES;  // there, but not ours to read
-    ::close(fd);
+    section_calls().close(fd);
     return true;
 }
 
+// The listing of /dev/shm is no call of the table: a listing that fails
+// removes nothing, which is what the caller is told (0).
 int remove_shared_objects(const std::string& prefix) {
     // POSIX shared memory objects are files of /dev/shm on Linux.
     if (prefix.size() < 2 || prefix[0] != '/') return 0;
@@ -59,7 +61,7 @@ int remove_shared_objects(const std::string& prefix) {
     int removed = 0;
     while (dirent* e = ::readdir(dir)) {
         if (std::strncmp(e->d_name, stem.c_str(), stem.size()) == 0 &&
-            ::shm_unlink(("/" + std::string(e->d_name)).c_str()) == 0)
+            section_calls().shm_unlink(("/" + std::string(e->d_name)).c_str()) == 0)
             ++removed;
     }
     ::closedir(dir);
@@ -83,12 +85,26 @@ static pthread_mutex_t* native(unsigned char* storage) {
     return std::launder(reinterpret_cast<pthread_mutex_t*>(storage));
 }
 
+// The robust mutex's calls are not in a table: on memory the caller has
+// mapped they fail only for a lock made by another word size, which the
+// tag refuses before any of them runs, and for a kernel that cannot
+// inherit priority, which init() answers in place with a plain lock.
 void ProcessMutex::init() {
     pthread_mutexattr_t attr;
     ::pthread_mutexattr_init(&attr);
     ::pthread_mutexattr_setpshared(&attr, PTHREAD_PROCESS_SHARED);
     ::pthread_mutexattr_setrobust(&attr, PTHREAD_MUTEX_ROBUST);
-    ::pthread_mutex_init(new (storage_) pthread_mutex_t, &attr);
+    // Real-time service threads share this lock with normal threads of any
+    // process (a program's main loop, the host, the tools): whoever holds it
+    // runs at the priority of the highest waiter, or a busy machine would
+    // keep a timer's service thread waiting behind a preempted holder.
+    // A kernel without priority-inheriting futexes refuses such a mutex: it
+    // gets a plain one.
+    ::pthread_mutexattr_setprotocol(&attr, PTHREAD_PRIO_INHERIT);
+    if (::pthread_mutex_init(new (storage_) pthread_mutex_t, &attr) != 0) {
+        ::pthread_mutexattr_setprotocol(&attr, PTHREAD_PRIO_NONE);
+        ::pthread_mutex_init(native(storage_), &attr);
+    }
     ::pthread_mutexattr_destroy(&attr);
     std::memcpy(storage_ + kTagAt, &kOwnTag, sizeof kOwnTag);
 }

@@ -32,6 +32,7 @@
 #include <random>
 #include <thread>
 
+#include "platform/linux/registry_calls.h"
 #include "platform/registry_store.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
@@ -207,10 +208,12 @@ int64_t make_key(sqlite3* db, Root root, const std::vector<std::string>& names, 
 // (and its WAL) survive a power loss as well as their contents.
 bool sync_directory(const std::string& file) {
     const std::filesystem::path dir = std::filesystem::path(file).parent_path();
-    const int fd = ::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    RegistryCalls& c = registry_calls();
+    const int fd = c.open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0) return false;
-    const bool ok = ::fsync(fd) == 0;
-    ::close(fd);
+    const bool ok = c.fsync(fd) == 0;
+    // A read-only directory descriptor has nothing to lose at close.
+    c.close(fd);
     return ok;
 }
 
@@ -456,6 +459,22 @@ uint32_t Store::key_exists(Root root, std::wstring_view key) {
     });
 }
 
+uint32_t Store::key_is_volatile(Root root, std::wstring_view key, bool& is_volatile) {
+    std::lock_guard lock(mutex_);
+    is_volatile = false;
+    return on_key(*impl_, generation_, root, key, false, [&](sqlite3* db, const std::vector<std::string>& names) {
+        int64_t id = root_id(root);
+        for (const std::string& name : names) {
+            Stmt q(db, "SELECT id, volatile FROM keys WHERE parent = ?1 AND name = ?2");
+            q.bind(1, id).bind(2, name);
+            if (!q.step()) return VEX_REG_FILE_NOT_FOUND;
+            id = q.integer(0);
+            if (q.integer(1) != 0) is_volatile = true;
+        }
+        return VEX_REG_SUCCESS;
+    });
+}
+
 uint32_t Store::create_key(Root root, std::wstring_view key, bool is_volatile) {
     std::lock_guard lock(mutex_);
     return on_key(*impl_, generation_, root, key, true, [&](sqlite3* db, const std::vector<std::string>& names) {
@@ -613,6 +632,9 @@ uint32_t Store::flush() {
 std::shared_ptr<Store> current_store() {
     // Never destroyed: other threads may still use the store while the
     // process exits, and the operating system releases the file anyway.
+    // `mutex` guards `current`, the store of the registry path in use: it
+    // is replaced under it when the path changes, and callers keep their
+    // own reference, so a store outlives its replacement while in use.
     static std::mutex* mutex = new std::mutex;
     static std::shared_ptr<Store>* current = new std::shared_ptr<Store>;
     const std::string path = registry_path();

@@ -1,3 +1,9 @@
+// Clocks, sleeps, the thread id, the program's path and the system log.
+// None of these calls is in a call table, on purpose: CLOCK_MONOTONIC with
+// a valid buffer, gettid and sched_yield cannot fail; nanosleep fails only
+// with EINTR, which is retried; readlink of /proc/self/exe and syslog fail
+// into an empty answer or a lost line, which no caller can act on. The
+// clock is read on every deadline check and stays a direct call.
 #include "platform/system.h"
 
 #include <sched.h>
@@ -10,9 +16,31 @@
 #include <cstdlib>
 #include <vector>
 
+#include "platform/fork.h"
+
 namespace vex::plat {
 
-uint32_t current_thread_id() { return static_cast<uint32_t>(::syscall(SYS_gettid)); }
+namespace {
+
+// The calling thread's kernel id, asked once per thread: every export that
+// records a result asks for it, and the system call would otherwise be a
+// fifth of a serial exchange's calls. 0 (no thread's id) means not asked
+// yet. A child made by fork() is its forking thread under a new id, so it
+// forgets the inherited one.
+thread_local uint32_t t_thread_id = 0;
+
+void forget_thread_id() { t_thread_id = 0; }
+
+}  // namespace
+
+uint32_t current_thread_id() {
+    if (t_thread_id == 0) [[unlikely]] {
+        static const bool watching_fork = (on_fork(nullptr, nullptr, forget_thread_id), true);
+        (void)watching_fork;
+        t_thread_id = static_cast<uint32_t>(::syscall(SYS_gettid));
+    }
+    return t_thread_id;
+}
 
 uint64_t monotonic_ns() {
     timespec ts{};

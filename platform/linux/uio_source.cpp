@@ -29,7 +29,9 @@
 namespace vex::plat {
 namespace {
 
-// /dev/uioN of the device called `name`, or "".
+// /dev/uioN of the device called `name`, or "". The sysfs listing is no
+// call of the table: a listing that fails finds no device, as a board
+// without the node does, and that answer is tested through $VEXSDK_UIO.
 std::string find_uio_device(const std::string& name) {
     DIR* dir = ::opendir("/sys/class/uio");
     if (!dir) return {};
@@ -47,6 +49,8 @@ std::string find_uio_device(const std::string& name) {
     return found;
 }
 
+constexpr uint32_t kErrorPauseMs = 10;
+
 class UioSource final : public InterruptSource {
 public:
     UioSource(int fd, bool control) : fd_(fd), control_(control) { enable(1); }
@@ -59,8 +63,14 @@ public:
     bool take() override {
         bool fired = false;
         uint32_t count = 0;
-        while (irq_calls().read(fd_, &count, sizeof count) == static_cast<ssize_t>(sizeof count)) fired = true;
+        ssize_t n;
+        while ((n = irq_calls().read(fd_, &count, sizeof count)) == static_cast<ssize_t>(sizeof count)) fired = true;
         if (fired) enable(1);
+        // A device that polls readable but fails every read would have its
+        // waiter take it again at once, forever: pause before the next try.
+        // The count stays in the device, so the interrupt comes through
+        // once reading works again.
+        if (!fired && n < 0 && errno != EAGAIN && errno != EINTR) sleep_ms(kErrorPauseMs);
         return fired;
     }
 
@@ -90,7 +100,7 @@ std::unique_ptr<InterruptSource> open_uio_source(uint32_t id, std::string* error
     const int fd = irq_calls().open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return fail("open " + path + ": " + std::strerror(errno));
     struct stat st {};
-    const bool device = ::fstat(fd, &st) == 0 && S_ISCHR(st.st_mode);
+    const bool device = irq_calls().fstat(fd, &st) == 0 && S_ISCHR(st.st_mode);
     return std::make_unique<UioSource>(fd, device);
 }
 

@@ -58,15 +58,18 @@ bool write_all(int fd, const uint8_t* data, size_t size) {
     return true;
 }
 
-// Creates `path` holding `content`, atomically.
-bool create_file(const std::string& path, const std::vector<uint8_t>& content, std::string* error) {
+// Creates `path` of `size` bytes holding `content` and zeros after it,
+// atomically. The zeros are the file system's (a sparse file): nothing is
+// written or kept in memory for them.
+bool create_file(const std::string& path, const std::vector<uint8_t>& content, size_t size, std::string* error) {
     const std::string aside = path + ".new";
     const int fd = ::open(aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0) {
         if (error) *error = os_error("open", aside);
         return false;
     }
-    const bool ok = write_all(fd, content.data(), content.size()) && ::fsync(fd) == 0;
+    const bool ok = write_all(fd, content.data(), content.size()) &&
+                    ::ftruncate(fd, static_cast<off_t>(size)) == 0 && ::fsync(fd) == 0;
     if (!ok && error) *error = os_error("write", aside);
     ::close(fd);
     if (ok && ::rename(aside.c_str(), path.c_str()) != 0) {
@@ -146,13 +149,14 @@ bool open_chip_images(const State& s, const std::string& dir, const DescriptionS
     for (const ChipFile& f : kFiles) {
         const std::string path = dir + "/" + f.name;
         if (::access(path.c_str(), F_OK) != 0) {
-            std::vector<uint8_t> content(f.size, f.fill);
+            // An all-zero image is left to the file system.
+            std::vector<uint8_t> content(f.fill != 0 ? f.size : 0, f.fill);
             if (f.image == &ChipImages::eeprom) {
                 auto d = description(error);
                 if (!d) return unmap(im), false;
                 if (d->factory.present) encode_factory_record(d->factory, content.data() + kFactoryRecordAddress);
             }
-            if (!create_file(path, content, error)) return unmap(im), false;
+            if (!create_file(path, content, f.size, error)) return unmap(im), false;
         }
         im.*f.image = map_file(path, f.size, error);
         if (!(im.*f.image)) return unmap(im), false;

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cwchar>
 #include <string>
 #include <thread>
 
+#include "platform/system.h"
 #include "vexsdk.h"
 
 namespace {
@@ -48,6 +52,24 @@ TEST(LastError, ManyThreadsKeepTheirOwnCodes) {
     }
     for (auto& th : threads) th.join();
     EXPECT_EQ(wrong.load(), 0);
+}
+
+// The thread id behind the codes is kept per thread; a child made by
+// fork() is its forking thread under a new id and must not go on using the
+// parent's.
+TEST(LastError, AForkedChildKeepsItsOwnCode) {
+    vex_SetLastError(VEX_ERR_INVALID_SLOT);
+    ASSERT_EQ(vex::plat::current_thread_id(), static_cast<uint32_t>(::syscall(SYS_gettid)));
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const bool own_id = vex::plat::current_thread_id() == static_cast<uint32_t>(::syscall(SYS_gettid));
+        const bool fresh = vex_GetLastError() == 0;
+        ::_exit(own_id && fresh ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the child saw the parent's thread id or code";
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_INVALID_SLOT);
 }
 
 TEST(ErrorMessage, TextsAreExactSlipsIncluded) {

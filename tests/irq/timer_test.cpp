@@ -1,8 +1,13 @@
 // Backplane timers and the tick counters.
+#include <signal.h>
+
+#include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "irq/masks.h"
 #include "irq/tick_counter.h"
+#include "sim/host.h"
 #include "tests/irq/irq_fixture.h"
 
 namespace vex::test {
@@ -12,6 +17,99 @@ using Timers = IrqFixture;
 
 sim::BackplaneTimer timer_model(sim::Instance& inst, int n) {
     return inst.with_lock([n](sim::State& s) { return s.irq.timers[n]; });
+}
+
+// The scheduler's current priority of a thread of this process: 20 for a
+// normal thread at nice 0, negative while it runs at real-time priority.
+int kernel_priority(pid_t tid) {
+    std::ifstream in("/proc/self/task/" + std::to_string(tid) + "/stat");
+    std::string stat((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::istringstream fields(stat.substr(stat.rfind(')') + 2));  // after "pid (comm) "
+    std::string field;
+    for (int i = 3; i <= 18 && fields >> field; ++i) {
+    }
+    return std::stoi(field);
+}
+
+TEST_F(Timers, EveryPeriodIsServedOrMergedEvenBehindASlowCallback) {
+    // The first call blocks for three and a half periods: the timer's
+    // latch holds one tick meanwhile, the others merge into it, and the
+    // timer goes on as before.
+    std::atomic<bool> slow{true};
+    g_cb[1].hook = [&] {
+        if (slow.exchange(false)) std::this_thread::sleep_for(std::chrono::microseconds(3500));
+    };
+    const int line = sim::kIrqLineTimer0 + 1;
+    const uint32_t raised_before = raised(line);
+    ASSERT_TRUE(vex_SetBPTimer(1, 10, kCallbacks[1]));
+    ASSERT_TRUE(wait_calls(1, 200, 20000));
+    struct Seen {
+        sim::BackplaneTimer model;
+        uint32_t raised;
+        uint64_t due;
+    };
+    const Seen seen = sim().with_lock([&](sim::State& s) {
+        const uint64_t now = sim().now_ns();
+        sim::models::timers_advance(s, now);
+        const sim::BackplaneTimer& t = s.irq.timers[1];
+        return Seen{t, s.irq.raised[line] - raised_before, (now - t.start_ns) / t.period_ns};
+    });
+    vex_KillBPTimer(1);
+    settle();
+    EXPECT_EQ(seen.model.ticks, seen.due) << "one tick for every period of the instance clock";
+    EXPECT_EQ(seen.model.ticks, seen.model.merged + seen.raised) << "each tick raised the line or merged";
+    EXPECT_GE(seen.model.merged, 3u) << "the ticks behind the slow callback merged";
+    const int calls = g_cb[1].calls.load();
+    EXPECT_GE(static_cast<uint32_t>(calls) + 1, seen.raised) << "every raised tick but one in service was served";
+}
+
+TEST_F(Timers, ATickLiftsANormalThreadThatHoldsTheControllerLock) {
+    ASSERT_TRUE(vex_SetBPTimer(1, 10, kCallbacks[1]));
+    ASSERT_TRUE(wait_calls(1, 1));
+    if (!vex_SetBPTimerInterruptPriority(1, 100)) {
+        vex_KillBPTimer(1);
+        GTEST_SKIP() << "this process may not use real-time priorities";
+    }
+    // This thread holds the lock that the next tick's service needs; the
+    // waiting service thread lends it its real-time priority, so that a
+    // busy machine cannot keep the holder (and the timer) waiting.
+    const pid_t self = ::gettid();
+    const int normal = kernel_priority(self);
+    const bool lifted = sim().with_lock([&](sim::State&) { return eventually([&] { return kernel_priority(self) < 0; }); });
+    EXPECT_GE(normal, 0);
+    EXPECT_TRUE(lifted) << "still at priority " << kernel_priority(self);
+    EXPECT_TRUE(eventually([&] { return kernel_priority(self) == normal; })) << "back once it let go";
+    vex_KillBPTimer(1);
+}
+
+TEST_F(Timers, KeepTickingWhenTheHostProcessDies) {
+    // Every process computes its timers' ticks from the shared state: the
+    // process hosting the instance is not on the way.
+    ASSERT_TRUE(vex_SetBPTimer(1, 10, kCallbacks[1]));
+    ASSERT_TRUE(wait_calls(1, 1));
+    const int host = sim::Host::host_pid(instance_name());
+    ASSERT_GT(host, 0) << "the fixture's instance has a host process";
+    ASSERT_EQ(::kill(host, SIGKILL), 0);
+    ASSERT_TRUE(eventually([&] { return ::kill(host, 0) != 0; }));
+    const int calls = g_cb[1].calls.load();
+    EXPECT_TRUE(wait_calls(1, calls + 50));
+    vex_KillBPTimer(1);
+    EXPECT_EQ(irq::shared_mask(irq::Mask::Timers), 0);
+}
+
+TEST_F(Timers, ACallbackMayKillItsOwnTimer) {
+    g_cb[1].hook = [] { vex_KillBPTimer(1); };
+    ASSERT_TRUE(vex_SetBPTimer(1, 10, kCallbacks[1]));
+    ASSERT_TRUE(wait_calls(1, 1));
+    settle();  // its thread ended
+    EXPECT_EQ(irq::shared_mask(irq::Mask::Timers), 0);
+    EXPECT_EQ(timer_model(sim(), 1).start_ns, 0u);
+    sim().advance(1000000000ull);
+    EXPECT_EQ(g_cb[1].calls.load(), 1);
+    g_cb[1].hook = nullptr;
+    EXPECT_TRUE(vex_SetBPTimer(1, 10, kCallbacks[1])) << "free again";
+    EXPECT_TRUE(wait_calls(1, 2));
+    vex_KillBPTimer(1);
 }
 
 TEST_F(Timers, TimerTicksAtItsIntervalAndKillStopsIt) {

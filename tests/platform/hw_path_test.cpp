@@ -100,4 +100,37 @@ TEST_F(HwPath, MissingPhysicalMemoryLeavesAFloatingBus) {
     EXPECT_EQ(_vex_oscr0(), 0xFFFFFFFFu) << "an unmapped processor page floats too";
 }
 
+// The unified read and the register read of a parallel-bus module's inputs
+// on the mapped window: the four input registers, active low, at even
+// offsets of the slot's page; the address rules before them.
+TEST_F(HwPath, UnifiedAndRegisterInputReadsDecodeTheWindow) {
+    const uint8_t in[4] = {0xFE, 0xFD, 0xFB, 0x7F};  // channels 0, 9, 18 and 31 closed
+    for (int i = 0; i < 4; ++i) poke(kWindow + 0x1002 + 2 * i, in[i]);
+    struct Case {
+        int32_t count;
+        uint32_t value;
+    };
+    for (const Case c : {Case{32, 0x80040201u}, Case{0, 0x80040201u}, Case{-5, 0x80040201u}, Case{16, 0x0201u},
+                         Case{9, 0x0201u}, Case{8, 0x01u}, Case{5, 0x01u}, Case{4, 0x1u}, Case{1, 0x1u}}) {
+        EXPECT_EQ(_vex_ReadDI(0, c.count), c.value) << c.count;
+        EXPECT_EQ(_vex_ReadDI(0x300, c.count), c.value) << "only the low byte names the slot";
+        uint32_t v = 7;
+        ASSERT_TRUE(vex_ReadDI(0, 0x0F00, c.count, &v)) << c.count;  // slot 0, high bits ignored
+        EXPECT_EQ(v, c.value) << c.count;
+    }
+    // Slot 1 is empty, slot 0xFF has no page: both are unknown modules, and
+    // the output is left alone.
+    uint32_t v = 7;
+    EXPECT_FALSE(vex_ReadDI(0, 1, 32, &v));
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_UNKNOWN_MODULE);
+    EXPECT_FALSE(vex_ReadDI(0, -1, 32, &v));
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_UNKNOWN_MODULE);
+    EXPECT_EQ(v, 7u);
+    // ID 255 sends the call to the serial path, which refuses port 0.
+    poke(kWindow + 0x1000, 0xFF);
+    EXPECT_FALSE(vex_ReadDI(0, 0, 32, &v));
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_OPEN);
+    EXPECT_EQ(v, 7u);
+}
+
 }  // namespace

@@ -12,6 +12,8 @@
 #include "platform/linux/com_calls.h"
 #include "platform/linux/irq_calls.h"
 #include "platform/linux/named_mutex_calls.h"
+#include "platform/linux/physmem_calls.h"
+#include "platform/linux/registry_calls.h"
 #include "platform/linux/section_calls.h"
 #include "platform/linux/service_calls.h"
 #include "platform/linux/thread_calls.h"
@@ -62,6 +64,8 @@ TEST(CallTables, EveryEntryHasAName) {
     expect_all_named(plat::irq_table(), "irq");
     expect_all_named(plat::named_mutex_table(), "named mutex");
     expect_all_named(plat::oscalls::table(), "services");
+    expect_all_named(plat::physmem_table(), "physical memory");
+    expect_all_named(plat::registry_table(), "registry");
 }
 
 std::string object_name(const char* what) { return "/vexsdk.faults." + std::to_string(::getpid()) + "." + what; }

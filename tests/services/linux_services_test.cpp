@@ -18,8 +18,10 @@
 #include <thread>
 
 #include "platform/linux/card_store.h"
+#include "platform/linux/service_calls.h"
 #include "services/link_monitor.h"
 #include "tests/services/services_fixture.h"
+#include "tests/support/fault_shim.h"
 #include "tests/support/physmem_file.h"
 #include "vexsdk.h"
 
@@ -250,13 +252,27 @@ protected:
         std::ofstream(path, std::ios::binary)
             .write(reinterpret_cast<const char*>(bytes.data() + from), static_cast<std::streamsize>(bytes.size() - from));
     }
+    // Tests running at once may be handed the same free device; the one
+    // that loses the race (EBUSY) asks for another.
     bool attach(const fs::path& image, std::string& why) {
+        for (int attempt = 0; attempt < 20; ++attempt) {
+            const int err = attach_once(image, why);
+            if (err == 0) return true;
+            if (loop_ >= 0) ::close(loop_);
+            loop_ = -1;
+            if (err != EBUSY) return false;
+        }
+        return false;
+    }
+    // 0, or the errno of the step that failed (`why` says which).
+    int attach_once(const fs::path& image, std::string& why) {
         const int control = ::open("/dev/loop-control", O_RDWR | O_CLOEXEC);
         const int n = control < 0 ? -1 : ::ioctl(control, LOOP_CTL_GET_FREE);
+        const int get_err = errno;
         if (control >= 0) ::close(control);
         if (n < 0) {
-            why = std::string("no free loop device: ") + std::strerror(errno);
-            return false;
+            why = std::string("no free loop device: ") + std::strerror(get_err);
+            return get_err;
         }
         name_ = "loop" + std::to_string(n);
         loop_ = ::open(("/dev/" + name_).c_str(), O_RDWR | O_CLOEXEC);
@@ -267,9 +283,10 @@ protected:
         // test dies.
         config.info.lo_flags = LO_FLAGS_PARTSCAN | LO_FLAGS_AUTOCLEAR;
         const bool ok = loop_ >= 0 && backing >= 0 && ::ioctl(loop_, LOOP_CONFIGURE, &config) == 0;
-        if (!ok) why = "cannot attach " + name_ + ": " + std::strerror(errno);
+        const int err = ok ? 0 : errno;
+        if (!ok) why = "cannot attach " + name_ + ": " + std::strerror(err);
         if (backing >= 0) ::close(backing);
-        return ok;
+        return err;
     }
     void detach() {
         if (loop_ < 0) return;
@@ -311,6 +328,41 @@ TEST_F(LoopCard, CardIsDescribedMountedAndUnmounted) {
     EXPECT_FALSE(fs::exists(dir_ / "Micro_SD" / "log.txt")) << "the folder no longer shows the card";
     ASSERT_TRUE(vex_SDMount(part.c_str()));
     EXPECT_TRUE(fs::exists(dir_ / "Micro_SD" / "log.txt")) << "the file went to the card";
+}
+
+// The kernel refusing the card's calls: a folder that cannot be made, a
+// mount or an unmount refused. Each answers FALSE, leaves the card as it
+// was, and the next call works.
+TEST_F(LoopCard, RefusedMountsAndUnmountsAnswerFalseAndChangeNothing) {
+    using vex::plat::oscalls::ServiceCalls;
+    using vex::test::Fault;
+    const std::wstring part(part_.begin(), part_.end());
+    if (!kernel_has("vfat") && !shell("mke2fs -q -F -t ext2 -L VEXTEST /dev/" + part_))
+        GTEST_SKIP() << "this kernel mounts no FAT and mke2fs is missing: mounting not tried";
+    {
+        Fault<&ServiceCalls::mkdir> f(vex::plat::oscalls::table());
+        f.fail_nth(1, EACCES);
+        EXPECT_FALSE(vex_SDMount(part.c_str()));
+        EXPECT_TRUE(f.fired());
+        EXPECT_FALSE(fs::exists(dir_ / "Micro_SD"));
+    }
+    {
+        Fault<&ServiceCalls::mount> f(vex::plat::oscalls::table());
+        f.fail_nth(1, EBUSY);
+        EXPECT_FALSE(vex_SDMount(part.c_str()));
+        EXPECT_TRUE(f.fired());
+        EXPECT_FALSE(vex_SDExists());
+    }
+    ASSERT_TRUE(vex_SDMount(part.c_str()));
+    {
+        Fault<&ServiceCalls::umount2> f(vex::plat::oscalls::table());
+        f.fail_nth(1, EBUSY);
+        EXPECT_FALSE(vex_SDUnmount());
+        EXPECT_TRUE(f.fired());
+        EXPECT_TRUE(vex_SDExists()) << "still mounted";
+    }
+    EXPECT_TRUE(vex_SDUnmount());
+    EXPECT_FALSE(vex_SDExists());
 }
 
 }  // namespace

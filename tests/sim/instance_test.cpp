@@ -105,15 +105,21 @@ TEST(SimInstanceNames, InvalidNamesAreRefused) {
     EXPECT_TRUE(t.hardware);
     EXPECT_FALSE(vex::plat::parse_target("sim:", t));
     EXPECT_FALSE(vex::plat::parse_target("hardware", t));
-    // The words in any case; the instance name exactly as written.
-    EXPECT_TRUE(vex::plat::parse_target("HW", t));
-    EXPECT_TRUE(t.hardware);
-    EXPECT_TRUE(vex::plat::parse_target("Sim:Bench1", t));
-    EXPECT_EQ(t.instance, "Bench1");
-    for (const char* bad : {"simulator", "sim:../x", "hw ", " sim", "sim:a/b"}) {
+    // The documented values only as written, in lower case; a near miss is
+    // refused and the problem names what was probably meant.
+    for (const char* bad : {"HW", "Sim", "Sim:Bench1", "simulator", "sim:../x", "hw ", " sim", "sim:a/b", "hardware"}) {
         EXPECT_FALSE(vex::plat::parse_target(bad, t)) << bad;
         EXPECT_NE(vex::plat::target_problem(bad).find("is not recognised"), std::string::npos);
     }
+    EXPECT_TRUE(vex::plat::parse_target("sim:Bench1", t));
+    EXPECT_EQ(t.instance, "Bench1");
+    const auto hint = [](const char* text) { return vex::plat::target_problem(text); };
+    EXPECT_NE(hint("HW").find("did you mean \"hw\"?"), std::string::npos) << hint("HW");
+    EXPECT_NE(hint("simulator").find("did you mean \"sim\"?"), std::string::npos) << hint("simulator");
+    EXPECT_NE(hint("sm").find("did you mean \"sim\"?"), std::string::npos) << hint("sm");
+    EXPECT_NE(hint("SIM:Bench1").find("did you mean \"sim:Bench1\"?"), std::string::npos) << hint("SIM:Bench1");
+    EXPECT_EQ(hint("sim:a/b").find("did you mean"), std::string::npos) << "no guess for a bad instance name";
+    EXPECT_EQ(hint("production").find("did you mean"), std::string::npos) << "no guess when nothing is close";
     EXPECT_NE(vex::plat::target_problem(std::string("x\xff\n", 3)).find("x\\xFF\\x0A"), std::string::npos);
 }
 

@@ -58,6 +58,25 @@ TEST_F(Model, MillisecondCounterBytesAndTimerZeroOutput) {
     });
 }
 
+// The trace names the process that wrote, also in a child forked after the
+// parent has written (the writer's id is kept per process).
+TEST_F(Model, TraceNamesTheWritingProcessAcrossFork) {
+    auto last_writer = [&] {
+        return sim().with_lock([](sim::State& s) { return s.trace[(s.trace_next - 1) % sim::kTraceEntries].pid; });
+    };
+    sim().write8(0x9006, 0xFF);
+    EXPECT_EQ(last_writer(), static_cast<uint32_t>(::getpid()));
+    const pid_t child = ::fork();
+    if (child == 0) {
+        sim().write8(0x9006, 0xFF);
+        ::_exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(last_writer(), static_cast<uint32_t>(child));
+}
+
 TEST_F(Model, BindingsOfEndedProcessesLeaveTheTable) {
     const pid_t child = ::fork();
     if (child == 0) ::_exit(0);

@@ -22,6 +22,12 @@ ProcessResult run_process(const std::vector<std::string>& argv, int timeout_ms =
 ProcessResult run_vexsim(const std::vector<std::string>& args);
 ProcessResult run_vexctl(const std::vector<std::string>& args);
 
+// `s` as one word of a /bin/sh command line.
+std::string shell_quote(const std::string& s);
+// A program of the build as /bin/sh command words (behind the emulator's
+// wrapper in a cross build).
+std::string shell_program(const char* path);
+
 // True when the test runs under the cross build's user-mode emulator
 // (qemu-arm through cmake/armhf-run), which some behaviours of a real
 // kernel are beyond.

@@ -17,20 +17,6 @@
 namespace vex::test {
 namespace {
 
-std::string shell_quote(const std::string& s) {
-    std::string out = "'";
-    for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
-// A program of the build as a shell command word (behind the emulator's
-// wrapper in a cross build).
-std::string shell_program(const char* path) {
-    std::string out;
-    for (const std::string& word : plat::wrapped_command({path})) out += (out.empty() ? "" : " ") + shell_quote(word);
-    return out;
-}
-
 // `argv` run with one more environment variable.
 std::vector<std::string> with_env(const std::string& assignment, const std::vector<std::string>& argv) {
     std::vector<std::string> out{"/usr/bin/env", assignment};
@@ -127,7 +113,50 @@ TEST_F(ToolContract, DataCommandsPrintJsonThatParses) {
     EXPECT_TRUE(contains(r, "\"instance\":\"" + instance_name() + "\"")) << r.output;
     EXPECT_TRUE(prints_json(VEXSIM_PATH, {"show", "--json"}));
     EXPECT_TRUE(prints_json(VEXSIM_PATH, {"--json", "trace", "-n", "5"}));
+    EXPECT_TRUE(prints_json(VEXSIM_PATH, {"chips", "--json"}));
     EXPECT_TRUE(prints_json(VEXCTL_PATH, {"device", "--json"}));
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"ports"}, {"mem", "size"}, {"mem", "read", "eeprom", "0", "16"}, {"card", "status"},
+          {"card", "info"}, {"hotplug"}, {"read", "2", "dio"}, {"write", "2", "do", "3"}, {"serial", "COM1:", "$01M"},
+          {"timer", "1", "-i", "10", "-c", "3"}}) {
+        std::vector<std::string> with_json = args;
+        with_json.push_back("--json");
+        EXPECT_TRUE(prints_json(VEXCTL_PATH, with_json)) << args[0] << " " << args[1];
+    }
+    // The sections of vexsim show are in its document too.
+    const ProcessResult sections = run_process(
+        {"/bin/sh", "-c",
+         shell_program(VEXSIM_PATH) + " show --json | python3 -c 'import json,sys; d=json.load(sys.stdin); "
+                                    "print(sorted(k for k in (\"services\",\"interrupts\",\"serial\") if k in d), "
+                                    "len(d[\"interrupts\"][\"timers\"]))'"});
+    EXPECT_TRUE(contains(sections, "['interrupts', 'serial', 'services'] 3")) << sections.output;
+}
+
+// Under --json a failure is a document too: the message, the library's code
+// when there is one, and the exit code; usage errors included.
+TEST_F(ToolContract, FailuresUnderJsonAreOneErrorDocument) {
+    const auto error_of = [&](const std::vector<std::string>& args) {
+        std::string cmd = shell_program(VEXCTL_PATH);
+        for (const std::string& a : args) cmd += " " + shell_quote(a);
+        return run_process({"/bin/sh", "-c",
+                            cmd + " --json 2>/dev/null; echo \"exit=$?\""});
+    };
+    ProcessResult r = error_of({"read", "6", "di"});
+    EXPECT_TRUE(contains(r, R"({"error":{"exit_code":1,"message":"6: read inputs: error 0x10003: Unknown Module",)"
+                            R"("code":65539,"code_message":"Unknown Module"}})"))
+        << r.output;
+    EXPECT_TRUE(contains(r, "exit=1")) << r.output;
+    r = error_of({"di", "2", "-n", "0"});
+    EXPECT_TRUE(contains(r, R"({"error":{"exit_code":2,"message":"-n must be)")) << r.output;
+    EXPECT_TRUE(contains(r, "exit=2")) << r.output;
+    r = error_of({"read"});  // the command-line parser's own refusal
+    EXPECT_TRUE(contains(r, R"({"error":{"exit_code":2,)")) << r.output;
+    r = error_of({"mem", "read", "eeprom", "0x7FFFFFFF", "4"});
+    EXPECT_TRUE(contains(r, R"("exit_code":1,)") && contains(r, R"("code":)") && !contains(r, R"("code":null)"))
+        << r.output;
+    // A watch that times out ends its JSON lines with the error.
+    r = error_of({"irq", "watch", "2", "--timeout", "0.2"});
+    EXPECT_TRUE(contains(r, R"({"error":{"exit_code":1,"message":"0 interrupt(s) within 0.2 s)")) << r.output;
 }
 
 TEST_F(ToolContract, TraceNamesWritesAndFollowsUntilInterruptedOrThePipeCloses) {
@@ -187,7 +216,7 @@ TEST_F(ToolContract, ReadOnlyCommandsNeverCreateAnInstance) {
 }
 
 TEST_F(ToolContract, UnrecognisedTargetConnectsToNothingAndSaysSo) {
-    for (const char* text : {"simulator", "sim:../x", "hardware", "sim:"}) {
+    for (const char* text : {"HW", "Sim", "simulator", "sim:../x", "hardware", "sim:"}) {
         const std::string env = std::string("VEXSDK_TARGET=") + text;
         ProcessResult r = run_process(with_env(env, {VEXCTL_PATH, "info"}));
         EXPECT_EQ(r.status, 1) << text << ": " << r.output;
@@ -205,6 +234,9 @@ TEST_F(ToolContract, UnrecognisedTargetConnectsToNothingAndSaysSo) {
                                              " info --json 2>/dev/null | python3 -c 'import json,sys; "
                                              "d=json.load(sys.stdin); sys.exit(0 if d[\"target\"] is None else 1)'"});
     EXPECT_EQ(r.status, 0) << r.output;
+    // The documented values only in lower case, and the refusal says which.
+    const ProcessResult hw = run_process(with_env("VEXSDK_TARGET=HW", {VEXCTL_PATH, "info"}));
+    EXPECT_TRUE(contains(hw, "did you mean \"hw\"?")) << hw.output;
 }
 
 }  // namespace

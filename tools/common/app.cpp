@@ -22,7 +22,8 @@ std::string unknown_command(const CLI::App& app, int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         if (word.empty()) return "''";
-        if (word[0] == '-') return "";  // options first: let the parser judge
+        if (word == "--json") continue;  // the tool's own switch may come first
+        if (word[0] == '-') return "";  // other options first: let the parser judge
         for (const CLI::App* sub : app.get_subcommands({}))
             if (sub->check_name(word)) return "";
         return word;
@@ -44,6 +45,9 @@ void setup_app(CLI::App& app, const char* program) {
 }
 
 int run_app(CLI::App& app, int argc, char** argv) {
+    // Known before parsing, so that a usage error is a JSON document too.
+    for (int i = 1; i < argc && std::string(argv[i]) != "--"; ++i)
+        if (std::string(argv[i]) == "--json") json_output() = true;
     if (const std::string word = unknown_command(app, argc, argv); !word.empty()) {
         std::string names;
         for (const CLI::App* sub : app.get_subcommands({})) names += (names.empty() ? "" : ", ") + sub->get_name();
@@ -60,6 +64,12 @@ int run_app(CLI::App& app, int argc, char** argv) {
     } catch (const CLI::RuntimeError& e) {
         return e.get_exit_code();  // a command that ended with its own code
     } catch (const CLI::ParseError& e) {
+        if (json_output()) {
+            Json j;
+            j.open_object();
+            add_error(j, kExitUsage, e.what(), nullptr);
+            j.close().print();
+        }
         app.exit(e);  // prints the message and the usage hint
         return kExitUsage;
     }

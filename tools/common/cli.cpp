@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "platform/text_codec.h"
+#include "tools/common/json.h"
 #include "vexsdk.h"
 
 namespace vex::tools {
@@ -13,13 +14,45 @@ namespace {
 
 const char* g_program = "vexsdk";
 
+std::string library_message(uint32_t code) {
+    wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
+    vex_GetErrorMessage(code, message);
+    return plat::to_utf8(message);
+}
+
+[[noreturn]] void fail_report(int code, const std::string& message, const uint32_t* error) {
+    if (json_output()) {
+        Json j;
+        j.open_object();
+        add_error(j, code, message, error);
+        j.close().print();
+    }
+    fail_after_json(code, message);
+}
+
 }  // namespace
 
 void set_program_name(const char* name) { g_program = name; }
 
-void fail(int code, const std::string& message) {
+void fail_after_json(int code, const std::string& message) {
+    std::fflush(stdout);
     std::fprintf(stderr, "%s: %s\n", g_program, message.c_str());
     std::exit(code);
+}
+
+void fail(int code, const std::string& message) { fail_report(code, message, nullptr); }
+
+void fail_error(uint32_t error, const std::string& what) {
+    fail_report(kExitFailed, what + ": " + error_text(error), &error);
+}
+
+void add_error(Json& j, int exit_code, const std::string& message, const uint32_t* error) {
+    j.key("error").open_object().field("exit_code", exit_code).field("message", message);
+    if (error)
+        j.field("code", *error).field("code_message", library_message(*error));
+    else
+        j.key("code").null().key("code_message").null();
+    j.close();
 }
 
 uint32_t parse_number(const std::string& text, const char* what, uint32_t max) {
@@ -88,11 +121,10 @@ std::string escape_text(const std::string& text) {
 }
 
 std::string error_text(uint32_t code) {
-    wchar_t message[VEX_ERROR_MESSAGE_SIZE] = L"";
-    vex_GetErrorMessage(code, message);
+    const std::string message = library_message(code);
     char head[32];
     std::snprintf(head, sizeof head, "error 0x%X", code);
-    return std::string(head) + ": " + (message[0] ? plat::to_utf8(message) : "(no message)");
+    return std::string(head) + ": " + (message.empty() ? "(no message)" : message);
 }
 
 }  // namespace vex::tools

@@ -13,8 +13,23 @@ namespace vex::tools {
 inline constexpr int kExitFailed = 1;
 inline constexpr int kExitUsage = 2;
 
-// Prints "<program>: <message>" on stderr and exits with `code`.
+class Json;
+
+// Prints "<program>: <message>" on stderr and exits with `code`. Under
+// --json it also prints, on stdout, the error as one JSON document:
+//   {"error":{"exit_code":1,"message":"...","code":null,"code_message":null}}
+// so that a script reading stdout always gets a document to look at.
 [[noreturn]] void fail(int code, const std::string& message);
+// A call of the library failed with `error` (its last error): exits 1 with
+// "<what>: error 0x...: <library message>"; the JSON error carries the
+// code as a number and the library's message.
+[[noreturn]] void fail_error(uint32_t error, const std::string& what);
+// The error object above as the value of key "error" of the open object
+// in `j` (`error` null: no library code).
+void add_error(Json& j, int exit_code, const std::string& message, const uint32_t* error);
+// Exits with `code` after a command printed its own JSON error document:
+// only the text line on stderr.
+[[noreturn]] void fail_after_json(int code, const std::string& message);
 // The program name fail() prints ("vexctl", "vexsim").
 void set_program_name(const char* name);
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "frame/backplane.h"
 #include "frame/catalogue.h"
@@ -22,6 +23,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_info {
 
 const char* model_name(int model) {
     switch (model) {
@@ -92,59 +96,113 @@ std::string ask_name(VEX_PORT port, uint32_t address) {
     return answer + 3;
 }
 
-// A bus module or unit, by its own answer; the description's kind when it
-// does not answer. `unit_slots`: an expansion unit of that many slots.
-void print_module(VEX_PORT port, uint32_t address, const std::string& kind, unsigned unit_slots = 0) {
-    const std::string name = port != VEX_INVALID_PORT ? ask_name(port, address) : "";
-    const std::string shown = name.empty() ? kind + " (no answer)" : name;
-    const std::string what = unit_slots ? "expansion unit, " + std::to_string(unit_slots) + " slots"
-                                        : serial_channels(name.empty() ? kind.c_str() : name.c_str());
-    std::printf("  0x%02X          %-20s  %s\n", address, shown.c_str(), what.c_str());
+// One module or unit on a serial bus, as vexctl info shows it.
+struct BusEntry {
+    std::string where;     // "0x01", or "0x10/1" for a module in a unit's slot
+    std::string name;      // its own answer to "$AAM"; "" when it did not answer
+    std::string kind;      // the description's kind
+    unsigned unit_slots;   // an expansion unit of that many slots; 0 a module
+    bool asked;            // false for modules in a unit's slot (reached through the unit)
+};
+struct Bus {
+    std::string port;
+    std::vector<BusEntry> entries;
+};
+
+std::string hex_address(uint32_t address) {
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "0x%02X", address);
+    return buf;
 }
 
-// The modules on the serial buses the virtual controller describes; on
-// hardware nothing says what is wired to a bus.
-void print_buses() {
-    vex::sim::Instance* inst = vex::sim::current();
-    if (!inst) {
-        std::printf("\nserial buses: not known on hardware (ask a module with 'vexctl module ... name')\n");
-        return;
-    }
-    std::string error;
-    const std::optional<vex::sim::Description> d = inst->description(&error);
-    if (!d) {
-        std::fprintf(stderr, "vexctl: warning: the controller's description cannot be read: %s\n", error.c_str());
-        return;
-    }
-    for (const vex::sim::PortDescription& p : d->ports) {
+// The modules on the serial buses the virtual controller describes, each
+// asked for its name; on hardware nothing says what is wired to a bus.
+std::vector<Bus> collect_buses(const vex::sim::Description& d) {
+    std::vector<Bus> buses;
+    for (const vex::sim::PortDescription& p : d.ports) {
         if (p.modules.empty() && p.units.empty()) continue;
-        std::printf("\n%s\n  address       name                  channels\n", p.name.c_str());
+        Bus bus{p.name, {}};
         const VEX_PORT port = uart_OpenEx((p.name + ",115200,N,8,1").c_str());
         if (port == VEX_INVALID_PORT)
             std::fprintf(stderr, "vexctl: warning: %s cannot be opened: %s\n", p.name.c_str(),
                          vex::tools::error_text(vex_GetLastError()).c_str());
         else  // cannot fail on a port just opened
             (void)uart_EnableCheckSum(port, p.checksum ? VEX_TRUE : VEX_FALSE);
-        for (const vex::sim::SerialModuleDescription& m : p.modules) print_module(port, m.address, m.kind);
+        const auto name_of = [&](uint32_t address) {
+            return port != VEX_INVALID_PORT ? ask_name(port, address) : std::string();
+        };
+        for (const vex::sim::SerialModuleDescription& m : p.modules)
+            bus.entries.push_back({hex_address(m.address), name_of(m.address), m.kind, 0, true});
         for (const vex::sim::UnitDescription& u : p.units) {
-            print_module(port, u.address, u.name.empty() ? "unit" : u.name, u.slots);
-            char where[32];
-            for (const auto& [slot, m] : u.modules) {
-                std::snprintf(where, sizeof where, "0x%02X/%u", u.address, static_cast<unsigned>(slot));
-                std::printf("  %-12s  %-20s  %s\n", where, m.kind.c_str(), serial_channels(m.kind.c_str()).c_str());
-            }
+            bus.entries.push_back({hex_address(u.address), name_of(u.address), u.name.empty() ? "unit" : u.name,
+                                   u.slots, true});
+            for (const auto& [slot, m] : u.modules)
+                bus.entries.push_back(
+                    {hex_address(u.address) + "/" + std::to_string(static_cast<unsigned>(slot)), "", m.kind, 0, false});
         }
         if (port != VEX_INVALID_PORT) (void)uart_Close(port);  // nothing to do about a failed close
+        buses.push_back(std::move(bus));
     }
+    return buses;
+}
+
+std::string entry_channels(const BusEntry& e) {
+    if (e.unit_slots) return "expansion unit, " + std::to_string(e.unit_slots) + " slots";
+    return serial_channels(e.name.empty() ? e.kind.c_str() : e.name.c_str());
+}
+
+void print_buses(const std::vector<Bus>& buses) {
+    for (const Bus& b : buses) {
+        std::printf("\n%s\n  address       name                  channels\n", b.port.c_str());
+        for (const BusEntry& e : b.entries) {
+            const std::string shown = !e.asked ? e.kind : e.name.empty() ? e.kind + " (no answer)" : e.name;
+            std::printf("  %-12s  %-20s  %s\n", e.where.c_str(), shown.c_str(), entry_channels(e).c_str());
+        }
+    }
+}
+
+void json_buses(vex::tools::Json& j, const std::vector<Bus>& buses) {
+    j.key("buses").open_array();
+    for (const Bus& b : buses) {
+        j.open_object().field("port", b.port).key("modules").open_array();
+        for (const BusEntry& e : b.entries) {
+            j.open_object().field("address", e.where).field("kind", e.kind);
+            if (e.asked && !e.name.empty())
+                j.field("name", e.name);
+            else
+                j.key("name").null();
+            j.field("unit", e.unit_slots != 0);
+            if (e.unit_slots)
+                j.field("unit_slots", e.unit_slots);
+            else
+                j.key("unit_slots").null();
+            j.field("channels", entry_channels(e)).close();
+        }
+        j.close().close();
+    }
+    j.close();
+}
+
+// The description of the virtual controller, or none on hardware (or when
+// it cannot be read: a warning says why).
+std::optional<vex::sim::Description> description() {
+    vex::sim::Instance* inst = vex::sim::current();
+    if (!inst) return std::nullopt;
+    std::string error;
+    std::optional<vex::sim::Description> d = inst->description(&error);
+    if (!d) std::fprintf(stderr, "vexctl: warning: the controller's description cannot be read: %s\n", error.c_str());
+    return d;
 }
 
 // A target that names no controller: say so plainly, and fail.
 int run_no_target(const vex::plat::Target& t) {
     if (vex::tools::json_output()) {
         vex::tools::Json j;
-        j.open_object().key("target").null().field("problem", t.problem).close().print();
+        j.open_object().key("target").null().field("problem", t.problem);
+        vex::tools::add_error(j, vex::tools::kExitFailed, t.problem, nullptr);
+        j.close().print();
     }
-    vex::tools::fail(vex::tools::kExitFailed, t.problem);
+    vex::tools::fail_after_json(vex::tools::kExitFailed, t.problem);
 }
 
 int run_info() {
@@ -160,6 +218,8 @@ int run_info() {
     const bool has_version = vex_GetBackplaneID(version) > 0;
     const int32_t dip = vex_GetDIPSwitch();
     const uint32_t cpu = vex_GetCPUID();
+    const std::optional<vex::sim::Description> d = description();
+    const std::vector<Bus> buses = d ? collect_buses(*d) : std::vector<Bus>{};
     if (vex::tools::json_output()) {
         vex::tools::Json j;
         j.open_object().key("target").open_object().field("kind", t.hardware ? "hw" : "sim");
@@ -196,7 +256,12 @@ int run_info() {
                 j.field("version", static_cast<uint32_t>(vex_GetModuleVersion(s)));
             j.field("channels", slot_channels(mid, name)).close();
         }
-        j.close().close().print();
+        j.close();
+        if (d)
+            json_buses(j, buses);
+        else
+            j.key("buses").null();
+        j.close().print();
         return 0;
     }
     std::printf("target:            %s\n", t.hardware ? "hardware" : ("virtual controller '" + t.instance + "'").c_str());
@@ -213,13 +278,22 @@ int run_info() {
         std::printf("DIP switch:        (none on this model)\n");
     std::printf("CPU ID:            %u\n", cpu);
     print_slots(slots);
-    print_buses();
+    if (!vex::sim::current())
+        std::printf("\nserial buses: not known on hardware (ask a module with 'vexctl module ... name')\n");
+    print_buses(buses);
     return 0;
 }
 
+}  // namespace vexctl_cmd_info
 }  // namespace
 
 void register_info_command(CLI::App& app) {
+    using namespace vexctl_cmd_info;
     CLI::App* cmd = app.add_subcommand("info", "Show the controller's identity and slot inventory");
+    cmd->footer("With --json: {target: {kind, instance} (null: no controller, with problem and error),\n"
+                "hardware_id, model_code, model, slot_count, backplane_version, dip_switch, cpu_id,\n"
+                "slots: [{slot, module (\"bus\", \"serial\" or null: empty), id, class, name, version, channels}],\n"
+                "buses: [{port, modules: [{address, kind, name (its answer; null: none), unit, unit_slots,\n"
+                "channels}]}] (null on hardware)}.");
     cmd->callback([] { std::exit(run_info()); });
 }

@@ -12,6 +12,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_io {
 
 // Registers of a module's slot page that vexctl looks at to explain
 // itself (the library does the actual work).
@@ -149,23 +152,35 @@ struct WdtOptions {
     bool overwrite = false;
 };
 
-int wdt_status(uint32_t slot) {
+// Under --json: {slot, expired, last_source, last_source_name} and, for
+// config, timeout_s and timeout_register.
+int wdt_report(uint32_t slot, bool config) {
     const auto address = static_cast<int32_t>(slot);
+    uint32_t timeout = 0;
+    if (config) vex_GetModuleWDTConfig(0, address, nullptr, &timeout, nullptr);
+    const bool expired = vex_GetModuleWDTStatus(0, address) != 0;
     const int16_t source = vex_GetModuleLastOutputSource(0, address);
-    std::printf("slot %u: watchdog %s\n", slot, vex_GetModuleWDTStatus(0, address) ? "EXPIRED" : "not expired");
+    if (vex::tools::json_output()) {
+        vex::tools::Json j;
+        j.open_object().field("slot", slot).field("expired", expired).field("last_source", static_cast<int>(source));
+        j.field("last_source_name", source_name(source));
+        if (config) j.field("timeout_s", timeout).field("timeout_register", _vex_slot_inp(slot, kRegTimeout));
+        j.close().print();
+        return 0;
+    }
+    if (config) {
+        std::printf("slot %u: timeout %u s (module register: %u half-seconds)\n", slot, timeout,
+                    _vex_slot_inp(slot, kRegTimeout));
+        std::printf("(the enable flag and overwrite permission are kept by each program; the module's enable\n"
+                    " register cannot be read back)\n");
+    }
+    std::printf("slot %u: watchdog %s\n", slot, expired ? "EXPIRED" : "not expired");
     std::printf("last output source: %d (%s)\n", source, source_name(source));
     return 0;
 }
 
-int wdt_config(uint32_t slot) {
-    uint32_t timeout = 0;
-    vex_GetModuleWDTConfig(0, static_cast<int32_t>(slot), nullptr, &timeout, nullptr);
-    std::printf("slot %u: timeout %u s (module register: %u half-seconds)\n", slot, timeout,
-                _vex_slot_inp(slot, kRegTimeout));
-    std::printf("(the enable flag and overwrite permission are kept by each program; the module's enable\n"
-                " register cannot be read back)\n");
-    return wdt_status(slot);
-}
+int wdt_status(uint32_t slot) { return wdt_report(slot, false); }
+int wdt_config(uint32_t slot) { return wdt_report(slot, true); }
 
 int wdt_set(uint32_t slot, const WdtOptions& o, bool timeout_given) {
     if (!timeout_given) fail(2, "set needs --timeout SECONDS");
@@ -181,7 +196,13 @@ int wdt_set(uint32_t slot, const WdtOptions& o, bool timeout_given) {
 // parallel-bus branches of the power-on and safe value calls reach them.
 int wdt_value(uint32_t slot, const std::string& value, bool power_on) {
     if (value.empty()) {
-        std::printf("0x%08X\n", power_on ? vex::io::read_power_on_do(slot) : vex::io::read_safe_do(slot));
+        const uint32_t v = power_on ? vex::io::read_power_on_do(slot) : vex::io::read_safe_do(slot);
+        if (vex::tools::json_output()) {
+            vex::tools::Json j;
+            j.open_object().field("slot", slot).field("value", v).close().print();
+            return 0;
+        }
+        std::printf("0x%08X\n", v);
         return 0;
     }
     const uint32_t v = parse_number(value, "VALUE");
@@ -192,9 +213,11 @@ int wdt_value(uint32_t slot, const std::string& value, bool power_on) {
     return 0;
 }
 
+}  // namespace vexctl_cmd_io
 }  // namespace
 
 void register_io_commands(CLI::App& app) {
+    using namespace vexctl_cmd_io;
     static IoOptions di;
     CLI::App* d = app.add_subcommand("di", "Read the inputs of a parallel-bus module");
     d->add_option("slot", di.slot, "Slot")->required();
@@ -220,6 +243,8 @@ void register_io_commands(CLI::App& app) {
     CLI::App* wdt = app.add_subcommand("wdt", "Module watchdog, power-on and safe output values");
     wdt->add_option("slot", w.slot, "Slot")->required();
     wdt->require_subcommand(1);
+    wdt->footer("With --json: status and config print {slot, expired, last_source, last_source_name}, config\n"
+                "adds timeout_s and timeout_register (half-seconds); poweron and safe without VALUE print {slot, value}.");
     wdt->add_subcommand("status", "Expired or not, and what last drove the outputs")->callback([] {
         std::exit(wdt_status(watchdog_module_slot(w.slot)));
     });

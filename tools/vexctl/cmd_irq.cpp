@@ -13,10 +13,14 @@
 #include <vector>
 
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_irq {
 
 using vex::tools::fail;
 using vex::tools::kExitFailed;
@@ -121,8 +125,10 @@ int watch(const WatchOptions& o) {
     for (uint32_t s : slots) register_slot(s, trigger, registered);
     std::string list;
     for (uint32_t s : slots) list += (list.empty() ? "" : ", ") + std::to_string(s);
-    std::printf("watching slot%s %s (%s); Ctrl-C to stop\n", slots.size() > 1 ? "s" : "", list.c_str(),
-                o.type.c_str());
+    const bool json = vex::tools::json_output();
+    // Under --json stdout carries only the JSON lines.
+    std::fprintf(json ? stderr : stdout, "watching slot%s %s (%s); Ctrl-C to stop\n", slots.size() > 1 ? "s" : "",
+                 list.c_str(), o.type.c_str());
     std::fflush(stdout);
 
     const uint64_t start = monotonic_ns();
@@ -134,7 +140,15 @@ int watch(const WatchOptions& o) {
         if (deadline) {
             const uint64_t now = monotonic_ns();
             if (now >= deadline) {
-                std::fprintf(stderr, "vexctl: %u interrupt(s) within %g s\n", seen, o.timeout);
+                char what[64];
+                std::snprintf(what, sizeof what, "%u interrupt(s) within %g s", seen, o.timeout);
+                if (json) {
+                    vex::tools::Json j;
+                    j.open_object();
+                    vex::tools::add_error(j, kExitFailed, what, nullptr);
+                    j.close().print();
+                }
+                std::fprintf(stderr, "vexctl: %s\n", what);
                 status = kExitFailed;
                 break;
             }
@@ -145,16 +159,24 @@ int watch(const WatchOptions& o) {
         Event e{};
         if (::read(g_pipe[0], &e, sizeof e) != static_cast<ssize_t>(sizeof e)) continue;
         ++seen;
-        std::printf("%12.6f  slot %u  interrupt %u\n", static_cast<double>(e.when_ns - start) / 1e9, e.slot, seen);
+        const double at = static_cast<double>(e.when_ns - start) / 1e9;
+        if (json) {
+            vex::tools::Json j;
+            j.open_object().field("time_s", at).field("slot", e.slot).field("interrupt", seen).close().print();
+            continue;
+        }
+        std::printf("%12.6f  slot %u  interrupt %u\n", at, e.slot, seen);
         std::fflush(stdout);
     }
     release(registered);
     return status;
 }
 
+}  // namespace vexctl_cmd_irq
 }  // namespace
 
 void register_irq_commands(CLI::App& app) {
+    using namespace vexctl_cmd_irq;
     CLI::App* irq = app.add_subcommand("irq", "Slot interrupts");
     irq->require_subcommand(1);
     static WatchOptions w;
@@ -163,5 +185,7 @@ void register_irq_commands(CLI::App& app) {
     watch_cmd->add_option("-t,--type", w.type, "Trigger: rising (default), falling or level");
     watch_cmd->add_option("-c,--count", w.count, "Stop after this many interrupts");
     watch_cmd->add_option("--timeout", w.timeout, "Give up after this many seconds (exit status 1)");
+    watch_cmd->footer("With --json: one JSON object per line (JSON Lines), {time_s, slot, interrupt} per interrupt\n"
+                      "(seconds since the watch began; interrupt counts from 1); a time-out ends with an error line.");
     watch_cmd->callback([] { std::exit(watch(w)); });
 }

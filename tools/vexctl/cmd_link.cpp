@@ -4,12 +4,39 @@
 
 #include "services/link_monitor.h"
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_link {
 
+// Both adapters; under --json one object per line ({links: [{adapter,
+// interface, up}]}), so that --watch gives JSON Lines.
 void print_links() {
+    if (vex::tools::json_output()) {
+        vex::tools::Json j;
+        j.open_object().key("links").open_array();
+        for (uint8_t i = 1; i <= 2; ++i) {
+            uint8_t up = 0;
+            const int32_t rc = vex_EthernetLinkState(i, &up);
+            const std::string iface = vex::services::monitored_interface(i);
+            j.open_object().field("adapter", "LAN" + std::to_string(i));
+            if (iface.empty())
+                j.key("interface").null();
+            else
+                j.field("interface", iface);
+            if (rc == -2)
+                j.key("up").null();
+            else
+                j.field("up", up != 0);
+            j.close();
+        }
+        j.close().close().print();
+        return;
+    }
     for (uint8_t i = 1; i <= 2; ++i) {
         uint8_t up = 0;
         const int32_t rc = vex_EthernetLinkState(i, &up);
@@ -34,13 +61,17 @@ int run(bool watch, const std::string& changes_text) {
     return 0;
 }
 
+}  // namespace vexctl_cmd_link
 }  // namespace
 
 void register_link_commands(CLI::App& app) {
+    using namespace vexctl_cmd_link;
     static bool watch = false;
     static std::string changes;
     CLI::App* l = app.add_subcommand("link", "Link state of the Ethernet adapters LAN1 and LAN2");
     l->add_flag("--watch", watch, "Keep printing both at every change (Ctrl-C ends)");
     l->add_option("--changes", changes, "With --watch: end after this many changes");
+    l->footer("With --json: {links: [{adapter, interface (null: none), up (null: unknown, no monitor)}]}, one\n"
+              "document per line with --watch.");
     l->callback([] { std::exit(run(watch, changes)); });
 }

@@ -10,20 +10,27 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_mem {
 
 using vex::tools::error_text;
 using vex::tools::parse_number;
 using vex::tools::fail;
 using vex::tools::kExitFailed;
 using vex::tools::kExitUsage;
+using vex::tools::Json;
+using vex::tools::json_output;
 
 struct Kind {
     const char* name;
@@ -84,7 +91,8 @@ bool show_progress(bool forced, bool quiet, uint32_t length, uint32_t chunk) {
     return forced || (::isatty(2) && length > chunk);
 }
 
-// Moves the bytes in chunks; "" or what went wrong.
+// Moves the bytes in chunks; "" or what went wrong (`code`: the library's).
+uint32_t g_code = 0;
 std::string transfer(const Kind& k, uint32_t address, uint8_t* read_into, const uint8_t* write_from,
                      uint32_t length, bool progress_shown) {
     Progress progress(length, progress_shown);
@@ -100,6 +108,7 @@ std::string transfer(const Kind& k, uint32_t address, uint8_t* read_into, const 
             std::snprintf(where, sizeof where, "%s %s at 0x%X: ", read_into ? "reading" : "writing", k.name,
                           address + done);
             const uint32_t code = vex_GetLastError();
+            g_code = code;
             return where + error_text(code) +
                    (code == VEX_ERR_EEPROM_WRITE_PROTECTED ? " (give --unprotect, or: vexctl mem protect off)" : "");
         }
@@ -134,6 +143,35 @@ std::vector<uint8_t> read_file(const std::string& path) {
     return data;
 }
 
+// A transfer that failed: the library's code goes into the JSON error.
+[[noreturn]] void fail_transfer(const std::string& message) {
+    if (json_output()) {
+        Json j;
+        j.open_object();
+        vex::tools::add_error(j, kExitFailed, message, &g_code);
+        j.close().print();
+    }
+    vex::tools::fail_after_json(kExitFailed, message);
+}
+
+// {memory, address, length} and what `more` adds, for --json.
+void print_result(const Kind& k, uint32_t address, uint32_t length, const std::function<void(Json&)>& more) {
+    Json j;
+    j.open_object().field("memory", k.name).field("address", address).field("length", length);
+    more(j);
+    j.close().print();
+}
+
+std::string hex_string(const std::vector<uint8_t>& data) {
+    std::string out;
+    char b[4];
+    for (uint8_t v : data) {
+        std::snprintf(b, sizeof b, "%02x", v);
+        out += b;
+    }
+    return out;
+}
+
 // Written aside and renamed, so FILE is either the whole dump or untouched.
 void write_file(const std::string& path, const std::vector<uint8_t>& data) {
     const std::string aside = path + ".part";
@@ -150,14 +188,18 @@ struct Options {
     bool unprotect = false, progress = false, quiet = false;
 };
 
+}  // namespace vexctl_cmd_mem
 }  // namespace
 
 void register_mem_commands(CLI::App& app) {
+    using namespace vexctl_cmd_mem;
     static Options o;
     CLI::App* mem = app.add_subcommand(
         "mem", "Read and write the non-volatile memories: sram, eeprom, nvram\n"
                "Addresses are the library's: the user area from 0, the system areas at\n"
                "0x1000000 (SRAM) and 0x20000 (EEPROM; the factory record is at 0x23800).");
+    mem->footer("With --json: read, write and dump print {memory, address, length} and, for read, data (the\n"
+                "bytes as lower-case hex), for dump, file; size prints {sram, eeprom, nvram} in bytes.");
     mem->require_subcommand(1);
 
     CLI::App* read = mem->add_subcommand("read", "Print LEN bytes from ADDR as a hex dump");
@@ -173,8 +215,11 @@ void register_mem_commands(CLI::App& app) {
         std::vector<uint8_t> data(length);
         const std::string error =
             transfer(k, address, data.data(), nullptr, length, show_progress(o.progress, false, length, k.chunk));
-        if (!error.empty()) fail(kExitFailed, error);
-        hex_dump(address, data);
+        if (!error.empty()) fail_transfer(error);
+        if (json_output())
+            print_result(k, address, length, [&](Json& j) { j.field("data", hex_string(data)); });
+        else
+            hex_dump(address, data);
         std::exit(0);
     });
 
@@ -195,8 +240,11 @@ void register_mem_commands(CLI::App& app) {
         const std::string error =
             transfer(k, address, nullptr, data.data(), length, show_progress(o.progress, false, length, k.chunk));
         if (o.unprotect) vex_EnableEEPROM(VEX_FALSE);
-        if (!error.empty()) fail(kExitFailed, error);
-        std::printf("wrote %u bytes to %s at 0x%X\n", length, k.name, address);
+        if (!error.empty()) fail_transfer(error);
+        if (json_output())
+            print_result(k, address, length, [](Json&) {});
+        else
+            std::printf("wrote %u bytes to %s at 0x%X\n", length, k.name, address);
         std::exit(0);
     });
 
@@ -222,9 +270,12 @@ void register_mem_commands(CLI::App& app) {
         std::vector<uint8_t> data(length);
         const std::string error =
             transfer(k, from, data.data(), nullptr, length, show_progress(o.progress, o.quiet, length, k.chunk));
-        if (!error.empty()) fail(kExitFailed, error + " (" + o.target + " left as it was)");
+        if (!error.empty()) fail_transfer(error + " (" + o.target + " left as it was)");
         write_file(o.target, data);
-        std::printf("dumped %u bytes of %s from 0x%X into %s\n", length, k.name, from, o.target.c_str());
+        if (json_output())
+            print_result(k, from, length, [&](Json& j) { j.field("file", o.target); });
+        else
+            std::printf("dumped %u bytes of %s from 0x%X into %s\n", length, k.name, from, o.target.c_str());
         std::exit(0);
     });
 
@@ -239,7 +290,14 @@ void register_mem_commands(CLI::App& app) {
 
     CLI::App* size = mem->add_subcommand("size", "Print the size of each memory's user area");
     size->callback([] {
-        for (const Kind& k : kKinds) std::printf("%-7s %u bytes\n", k.name, vex_GetMemorySize(k.type));
+        if (json_output()) {
+            Json j;
+            j.open_object();
+            for (const Kind& k : kKinds) j.field(k.name, vex_GetMemorySize(k.type));
+            j.close().print();
+        } else {
+            for (const Kind& k : kKinds) std::printf("%-7s %u bytes\n", k.name, vex_GetMemorySize(k.type));
+        }
         std::exit(0);
     });
 }

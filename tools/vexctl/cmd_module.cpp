@@ -17,19 +17,26 @@
 //     power-on|safe -n N [VALUE]     digital stored values (--ao CH for analog)
 //     wdt status|config|reset|refresh | wdt set TIMEOUT [--disable]
 //   with the line options of 'vexctl serial' (--checksum, --timeout, --trace).
+#include <cstdarg>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "modproto/families.h"
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "tools/vexctl/serial_console.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_module {
 
 using vex::tools::fail;
+using vex::tools::Json;
 using vex::tools::parse_number;
 namespace mp = vex::modproto;
 
@@ -70,12 +77,37 @@ int32_t count_of(const std::string& text, const char* what) {
 }
 
 [[noreturn]] void failed(const char* what) {
-    fail(1, g.config + " " + g.address + ": " + what + ": " + vex::tools::error_text(vex_GetLastError()));
+    vex::tools::fail_error(vex_GetLastError(), g.config + " " + g.address + ": " + what);
 }
 
 void check(bool ok, const char* what) {
     if (!ok) failed(what);
 }
+
+std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+std::string format(const char* pattern, ...) {
+    char buf[128];
+    va_list args;
+    va_start(args, pattern);
+    std::vsnprintf(buf, sizeof buf, pattern, args);
+    va_end(args);
+    return buf;
+}
+
+// Prints the result: `text` for people, or one JSON object of the port,
+// the address, the action and what `fill` adds.
+void emit(const char* action, const std::string& text, const std::function<void(Json&)>& fill) {
+    if (!vex::tools::json_output()) {
+        std::printf("%s\n", text.c_str());
+        return;
+    }
+    Json j;
+    j.open_object().field("port", g.config).field("address", g.address).field("action", action);
+    fill(j);
+    j.close().print();
+}
+
+double real(float v) { return static_cast<double>(v); }
 
 void run_name() {
     const Resolved r = resolve();
@@ -83,21 +115,23 @@ void run_name() {
     const bool ok = mp::exchange(r.target, mp::make_command(mp::kShortCommand, "$%02XM", r.target.address), answer,
                                  sizeof answer);
     check(ok && answer[0] == '!', "name");
-    std::printf("%s\n", printable(mp::rest(answer, 3).data()).c_str());
+    const std::string name = mp::rest(answer, 3).data();
+    emit("name", printable(name.c_str()), [&](Json& j) { j.field("name", name); });
 }
 
 void run_do() {
     const Resolved r = resolve();
     const uint32_t value = parse_number(g.value, "VALUE");
     check(r.family->write_do(r.target, count_of(g.count, "-n"), value), "write outputs");
-    std::printf("outputs 0x%X\n", value & mp::channel_mask(count_of(g.count, "-n")));
+    const uint32_t written = value & mp::channel_mask(count_of(g.count, "-n"));
+    emit("do", format("outputs 0x%X", written), [&](Json& j) { j.field("value", written); });
 }
 
 void run_dio() {
     const Resolved r = resolve();
     uint32_t di = 0, do_ = 0;
     check(r.family->read_dio(r.target, count_of(g.di, "--di"), count_of(g.do_, "--do"), &di, &do_), "read I/O");
-    std::printf("DI 0x%X\nDO 0x%X\n", di, do_);
+    emit("dio", format("DI 0x%X\nDO 0x%X", di, do_), [&](Json& j) { j.field("di", di).field("do", do_); });
 }
 
 void run_bit() {
@@ -105,7 +139,8 @@ void run_bit() {
     if (g.state != "on" && g.state != "off") fail(2, "the state must be on or off, not '" + g.state + "'");
     const auto bit = static_cast<int32_t>(parse_number(g.channel, "BIT", 31));
     check(r.family->write_do_bit(r.target, bit, count_of(g.count, "-n"), g.state == "on" ? 1 : 0), "write bit");
-    std::printf("output %d %s\n", bit, g.state.c_str());
+    emit("bit", format("output %d %s", bit, g.state.c_str()),
+         [&](Json& j) { j.field("channel", bit).field("on", g.state == "on"); });
 }
 
 void run_counter() {
@@ -114,26 +149,27 @@ void run_counter() {
     const int32_t di = count_of(g.di, "--di");
     if (g.clear) {
         check(r.family->clear_counter(r.target, ch, di), "clear counter");
-        std::printf("counter %d cleared\n", ch);
+        emit("counter", format("counter %d cleared", ch), [&](Json& j) { j.field("channel", ch).field("value", 0); });
         return;
     }
     uint32_t v = 0;
     check(r.family->read_counter(r.target, ch, di, &v), "read counter");
-    std::printf("%u\n", v);
+    emit("counter", format("%u", v), [&](Json& j) { j.field("channel", ch).field("value", v); });
 }
 
 void run_latch() {
     const Resolved r = resolve();
     if (g.clear) {
         check(r.family->clear_latch(r.target), "clear latches");
-        std::printf("latches cleared\n");
+        emit("latch", "latches cleared", [](Json& j) { j.field("cleared", true); });
         return;
     }
     uint32_t di = 0, do_ = 0;
     check(r.family->read_latch(r.target, count_of(g.di, "--di"), count_of(g.do_, "--do"),
                                static_cast<int32_t>(parse_number(g.kind, "--kind", 1)), &di, &do_),
           "read latches");
-    std::printf("DI latch 0x%X\nDO latch 0x%X\n", di, do_);
+    emit("latch", format("DI latch 0x%X\nDO latch 0x%X", di, do_),
+         [&](Json& j) { j.field("cleared", false).field("di", di).field("do", do_); });
 }
 
 void run_ai() {
@@ -145,26 +181,27 @@ void run_ai() {
         size_t got = 0;
         const bool ok = g.hex ? r.family->read_ai_all_hex(r.target, h, 32, &got)
                               : r.family->read_ai_all(r.target, v, 32, &got);
-        for (size_t i = 0; i < got && i < 32; ++i) {
-            if (g.hex)
-                std::printf("%zu 0x%04X\n", i, h[i]);
-            else
-                std::printf("%zu %.3f\n", i, static_cast<double>(v[i]));
-        }
+        got = got < 32 ? got : 32;
         check(ok, "read inputs");
+        std::string text;
+        for (size_t i = 0; i < got; ++i)
+            text += g.hex ? format("%s%zu 0x%04X", i ? "\n" : "", i, h[i]) : format("%s%zu %.3f", i ? "\n" : "", i, real(v[i]));
+        emit("ai", text, [&](Json& j) {
+            j.key("values").open_array();
+            for (size_t i = 0; i < got; ++i) g.hex ? j.value(h[i]) : j.value(real(v[i]));
+            j.close();
+        });
         return;
     }
     const auto ch = static_cast<int32_t>(parse_number(g.channel, "CH", 31));
     if (g.hex) {
         uint32_t v = 0;
-        const bool ok = r.family->read_ai_hex(r.target, ch, n, &v);
-        std::printf("0x%04X\n", v);
-        check(ok, "read input");
+        check(r.family->read_ai_hex(r.target, ch, n, &v), "read input");
+        emit("ai", format("0x%04X", v), [&](Json& j) { j.field("channel", ch).field("value", v); });
     } else {
         float v = 0;
-        const bool ok = r.family->read_ai(r.target, ch, n, &v);
-        std::printf("%.3f\n", static_cast<double>(v));
-        check(ok, "read input");
+        check(r.family->read_ai(r.target, ch, n, &v), "read input");
+        emit("ai", format("%.3f", real(v)), [&](Json& j) { j.field("channel", ch).field("value", real(v)); });
     }
 }
 
@@ -179,7 +216,7 @@ void run_ao() {
     } else {
         check(r.family->read_ao(r.target, ch, n, &v), "read output");
     }
-    std::printf("%.3f\n", static_cast<double>(v));
+    emit("ao", format("%.3f", real(v)), [&](Json& j) { j.field("channel", ch).field("value", real(v)); });
 }
 
 // Power-on and safe values, digital (-n outputs) or analog (--ao CH).
@@ -198,7 +235,8 @@ void run_stored(mp::Stored which) {
             check(power_on ? r.family->read_ao_power_on(r.target, ch, n, &v) : r.family->read_ao_safe(r.target, ch, n, &v),
                   "read value");
         }
-        std::printf("%.3f\n", static_cast<double>(v));
+        emit(power_on ? "power-on" : "safe", format("%.3f", real(v)),
+             [&](Json& j) { j.field("channel", ch).field("value", real(v)); });
         return;
     }
     uint32_t v = 0;
@@ -208,7 +246,7 @@ void run_stored(mp::Stored which) {
     } else {
         check(r.family->read_stored_do(r.target, n, which, &v), "read value");
     }
-    std::printf("0x%X\n", v);
+    emit(power_on ? "power-on" : "safe", format("0x%X", v), [&](Json& j) { j.field("value", v); });
 }
 
 // The host watchdog: by slot (vexsund_) for local slots, by bus address
@@ -221,40 +259,48 @@ void run_wdt() {
         uint16_t s = 0;
         check(slot ? vexsund_GetModuleWDTStatus(r.port, where, &s) : zed_GetModuleWDTStatus(r.port, where, &s),
               "watchdog status");
-        std::printf("%s\n", s ? "timed out (outputs at their safe values)" : "running");
+        emit("wdt", s ? "timed out (outputs at their safe values)" : "running",
+             [&](Json& j) { j.field("timed_out", s != 0); });
     } else if (g.what == "config") {
         uint16_t e = 0;
         uint32_t t = 0;
         check(slot ? vexsund_GetModuleWDTConfig(r.port, where, &e, &t) : zed_GetModuleWDTConfig(r.port, where, &e, &t),
               "watchdog configuration");
-        std::printf("%s, time-out %u\n", e ? "enabled" : "disabled", t);
+        emit("wdt", format("%s, time-out %u", e ? "enabled" : "disabled", t),
+             [&](Json& j) { j.field("enabled", e != 0).field("timeout", t); });
     } else if (g.what == "reset") {
         check(slot ? vexsund_ResetModuleWDT(r.port, where) : zed_ResetModuleWDT(r.port, where), "watchdog reset");
-        std::printf("time-out state cleared\n");
+        emit("wdt", "time-out state cleared", [](Json& j) { j.field("timed_out", false); });
     } else if (g.what == "refresh") {
         check(slot ? vexsund_RefreshModuleWDT(r.port) : zed_RefreshModuleWDT(r.port), "watchdog refresh");
-        std::printf("refreshed every module on the line\n");
+        emit("wdt", "refreshed every module on the line", [](Json& j) { j.field("refreshed", true); });
     } else if (g.what == "set") {
         const uint32_t t = parse_number(g.value, "TIMEOUT", 0xFF);
         const int16_t enable = g.disable ? 0 : 1;
         check(slot ? vexsund_SetModuleWDTConfig(r.port, where, enable, t) : zed_SetModuleWDTConfig(r.port, where, enable, t),
               "watchdog configuration");
-        std::printf("%s, time-out %u\n", enable ? "enabled" : "disabled", t);
+        emit("wdt", format("%s, time-out %u", enable ? "enabled" : "disabled", t),
+             [&](Json& j) { j.field("enabled", enable != 0).field("timeout", t); });
     } else {
         fail(2, "wdt takes status, config, reset, refresh or set TIMEOUT, not '" + g.what + "'");
     }
 }
 
+}  // namespace vexctl_cmd_module
 }  // namespace
 
 void register_module_commands(CLI::App& app) {
+    using namespace vexctl_cmd_module;
     CLI::App* m = app.add_subcommand("module", "Drive a serial module through the library's module families");
     m->add_option("PORT_CONFIG", g.config, "Port and settings, e.g. COM1:,9600,N,8,1 or COM0:")->required();
     m->add_option("ADDRESS", g.address, "0x1000 + bus address, a local slot, or 0x100000 + unit * 0x100 + slot")
         ->required();
     add_line_options(*m, g.line);
     m->require_subcommand(1);
-    m->footer("Exits 1 with the error code and its message when the module fails, 2 for a bad command line.");
+    m->footer("With --json: {port, address (as given), action} and: name; value (do, counter, ai, ao, power-on,\n"
+              "safe); channel; on (bit); di and do (dio, latch); cleared (latch); values (ai all); timed_out,\n"
+              "enabled, timeout, refreshed (wdt).\n"
+              "Exits 1 with the error code and its message when the module fails, 2 for a bad command line.");
 
     m->add_subcommand("name", "The module's name text")->callback(run_name);
     CLI::App* d = m->add_subcommand("do", "Write all outputs");

@@ -15,10 +15,14 @@
 #include "services/hotplug.h"
 #include "platform/text_codec.h"
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_timer {
 
 using vex::tools::fail;
 using vex::tools::kExitFailed;
@@ -58,10 +62,19 @@ struct TimerOptions {
     uint32_t count = 1000;
 };
 
-void report(uint32_t interval, uint32_t n) {
+// The tick statistics, printed for people or as one JSON object.
+void report(uint32_t timer, uint32_t interval, uint32_t n, bool complete) {
     const double expected_us = interval * kUnitUs;
-    std::printf("timer: %u ticks at an interval of %u (%.1f us)\n", n, interval, expected_us);
-    if (n < 2) return;
+    const bool json = vex::tools::json_output();
+    vex::tools::Json j;
+    j.open_object().field("timer", timer).field("interval", interval).field("interval_us", expected_us);
+    j.field("ticks", n).field("complete", complete);
+    if (!json) std::printf("timer: %u ticks at an interval of %u (%.1f us)\n", n, interval, expected_us);
+    if (n < 2) {
+        for (const char* key : {"mean_period_us", "jitter_us", "min_period_us", "max_period_us", "missed"}) j.key(key).null();
+        if (json) j.close().print();
+        return;
+    }
     double sum = 0, sq = 0, lo = 1e300, hi = 0;
     for (uint32_t i = 1; i < n; ++i) {
         const double p = static_cast<double>(g_ticks[i] - g_ticks[i - 1]) / 1000.0;
@@ -74,9 +87,14 @@ void report(uint32_t interval, uint32_t n) {
     const double mean = sum / periods;
     const double jitter = std::sqrt(std::max(0.0, sq / periods - mean * mean));
     const double span_us = static_cast<double>(g_ticks[n - 1] - g_ticks[0]) / 1000.0;
-    const long missed = std::lround(span_us / expected_us) - static_cast<long>(periods);
+    const long missed = std::max(0L, std::lround(span_us / expected_us) - static_cast<long>(periods));
+    if (json) {
+        j.field("mean_period_us", mean).field("jitter_us", jitter).field("min_period_us", lo);
+        j.field("max_period_us", hi).field("missed", static_cast<int64_t>(missed)).close().print();
+        return;
+    }
     std::printf("mean period %.1f us, jitter (std dev) %.1f us, min %.1f us, max %.1f us\n", mean, jitter, lo, hi);
-    std::printf("ticks not seen by the callback: %ld\n", missed > 0 ? missed : 0);
+    std::printf("ticks not seen by the callback: %ld\n", missed);
 }
 
 int run_timer(const TimerOptions& o) {
@@ -102,7 +120,9 @@ int run_timer(const TimerOptions& o) {
         if (code == VEX_ERR_SLOT_IN_USE) fail(kExitFailed, "timer " + o.timer + " is in use by another program");
         fail(kExitFailed, "cannot start timer " + o.timer + " (VEXSDK_DEBUG=1 tells more)");
     }
-    std::printf("timer %u running, %u ticks to go; Ctrl-C to stop early\n", timer, o.count);
+    // Under --json stdout carries only the document.
+    std::fprintf(vex::tools::json_output() ? stderr : stdout, "timer %u running, %u ticks to go; Ctrl-C to stop early\n",
+                 timer, o.count);
     std::fflush(stdout);
     // Give up when ticks stop coming: two periods and a second of slack.
     const int patience_ms = static_cast<int>(2 * interval * kUnitUs / 1000.0) + 1000;
@@ -118,11 +138,21 @@ int run_timer(const TimerOptions& o) {
         last = now_count;
     }
     vex_KillBPTimer(timer);
-    report(interval, g_count.load(std::memory_order_acquire));
-    return g_count.load() == o.count || g_stop ? 0 : kExitFailed;
+    const uint32_t n = g_count.load(std::memory_order_acquire);
+    report(timer, interval, n, n == o.count);
+    return n == o.count || g_stop ? 0 : kExitFailed;
 }
 
 int show_hotplug() {
+    if (vex::tools::json_output()) {
+        vex::tools::Json j;
+        j.open_object().field("enabled", vex_GetHotPlugStatus() != 0).field("pending", vex_GetHotPlugIRQState() != 0);
+        j.key("registrations").open_array();
+        for (const auto& r : vex::services::hotplug::registrations())
+            j.open_object().field("key", vex::plat::to_utf8(r.key)).field("window", r.window).field("message", r.message).close();
+        j.close().close().print();
+        return 0;
+    }
     std::printf("hot-plug notification: %s\n", vex_GetHotPlugStatus() ? "enabled" : "disabled");
     std::printf("hot-plug event pending: %s\n", vex_GetHotPlugIRQState() ? "yes" : "no");
     const auto regs = vex::services::hotplug::registrations();
@@ -132,17 +162,22 @@ int show_hotplug() {
     return 0;
 }
 
+}  // namespace vexctl_cmd_timer
 }  // namespace
 
 void register_timer_commands(CLI::App& app) {
+    using namespace vexctl_cmd_timer;
     static TimerOptions t;
     CLI::App* timer = app.add_subcommand("timer", "Run a backplane timer and report its tick statistics");
     timer->add_option("timer", t.timer, "Timer 0, 1 or 2")->required();
     timer->add_option("-i,--interval", t.interval, "Interval in steps of 100 us (10 = 1 ms; 1..65535)")->required();
     timer->add_option("-c,--count", t.count, "Ticks to measure (default 1000)");
+    timer->footer("With --json: {timer, interval, interval_us, ticks, complete (every tick seen before the end),\n"
+                  "mean_period_us, jitter_us, min_period_us, max_period_us, missed} (null with fewer than 2 ticks).");
     timer->callback([] { std::exit(run_timer(t)); });
 
     CLI::App* hp = app.add_subcommand("hotplug", "Show the hot-plug state and registered windows");
+    hp->footer("With --json: {enabled, pending, registrations: [{key, window, message}]}.");
     hp->add_subcommand("enable", "Enable hot-plug notification")->callback([] {
         vex_EnableHotPlug(1);
         std::exit(show_hotplug());

@@ -10,18 +10,25 @@
 //             COM1:10/1         slot 1 of the expansion unit 10 on COM1:
 //             0x1001, 0x101001  raw I/O addresses (bus forms need --port)
 //   KIND      di do dobit dio ai aihex aiall ao cnt latch poweron safe
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <string>
 
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "tools/vexctl/serial_console.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_unified {
 
 using vex::tools::fail;
+using vex::tools::Json;
 using vex::tools::kExitFailed;
 using vex::tools::kExitUsage;
 using vex::tools::parse_number;
@@ -83,7 +90,7 @@ int32_t channel() {
 }
 
 void check(bool ok, const std::string& what) {
-    if (!ok) fail(kExitFailed, g.address + ": " + what + ": " + vex::tools::error_text(vex_GetLastError()));
+    if (!ok) vex::tools::fail_error(vex_GetLastError(), g.address + ": " + what);
 }
 
 // The port is opened only when the library would use it: a parallel-bus
@@ -97,6 +104,33 @@ VEX_PORT port_for(const Where& w) {
     return open_line(w.port, g.line);
 }
 
+std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+std::string format(const char* pattern, ...) {
+    char buf[128];
+    va_list args;
+    va_start(args, pattern);
+    std::vsnprintf(buf, sizeof buf, pattern, args);
+    va_end(args);
+    return buf;
+}
+
+// Prints the result: `text` for people, or one JSON object holding where
+// the call went and the fields `fill` adds.
+void report(const Where& w, const std::string& text, const std::function<void(Json&)>& fill) {
+    if (!vex::tools::json_output()) {
+        std::printf("%s\n", text.c_str());
+        return;
+    }
+    Json j;
+    j.open_object().field("address", g.address).field("io_address", w.address).field("kind", g.kind);
+    if (w.port.empty())
+        j.key("port").null();
+    else
+        j.field("port", w.port);
+    fill(j);
+    j.close().print();
+}
+
 void run_read() {
     if (!g.second.empty()) fail(kExitUsage, "read takes no VALUE (did you mean vexctl write?)");
     const Where w = where_of(g.address);
@@ -104,41 +138,50 @@ void run_read() {
     const std::string& k = g.kind;
     uint32_t a = 0, b = 0;
     float f = 0;
-    if (k == "di") {
-        check(vex_ReadDI(port, w.address, count_of(g.count, "-n"), &a), "read inputs");
-        std::printf("0x%X\n", a);
-    } else if (k == "do") {
-        check(vex_ReadDO(port, w.address, count_of(g.count, "-n"), &a), "read outputs");
-        std::printf("0x%X\n", a);
+    const auto real = [](float v) { return static_cast<double>(v); };
+    if (k == "di" || k == "do") {
+        check((k == "di" ? vex_ReadDI : vex_ReadDO)(port, w.address, count_of(g.count, "-n"), &a),
+              k == "di" ? "read inputs" : "read outputs");
+        report(w, format("0x%X", a), [&](Json& j) { j.field("value", a); });
     } else if (k == "dobit") {
         const int32_t ch = channel();
         check(vex_ReadDO(port, w.address, count_of(g.count, "-n"), &a), "read outputs");
-        std::printf("%s\n", ch < 32 && ((a >> ch) & 1u) ? "on" : "off");
+        const bool on = ch < 32 && ((a >> ch) & 1u);
+        report(w, on ? "on" : "off", [&](Json& j) { j.field("channel", ch).field("on", on); });
     } else if (k == "dio") {
         check(vex_ReadDIO(port, w.address, count_of(g.di, "--di"), count_of(g.do_, "--do"), &a, &b), "read I/O");
-        std::printf("DI 0x%X\nDO 0x%X\n", a, b);
-    } else if (k == "ai") {
-        check(vex_ReadAI(port, w.address, channel(), count_of(g.count, "-n"), &f), "read analog input");
-        std::printf("%.3f\n", static_cast<double>(f));
+        report(w, format("DI 0x%X\nDO 0x%X", a, b), [&](Json& j) { j.field("di", a).field("do", b); });
+    } else if (k == "ai" || k == "ao") {
+        const int32_t ch = channel();
+        check((k == "ai" ? vex_ReadAI : vex_ReadAO)(port, w.address, ch, count_of(g.count, "-n"), &f),
+              k == "ai" ? "read analog input" : "read analog output");
+        report(w, format("%.3f", real(f)), [&](Json& j) { j.field("channel", ch).field("value", real(f)); });
     } else if (k == "aihex") {
-        check(vex_ReadAIHex(port, w.address, channel(), count_of(g.count, "-n"), &a), "read analog input");
-        std::printf("0x%04X\n", a);
+        const int32_t ch = channel();
+        check(vex_ReadAIHex(port, w.address, ch, count_of(g.count, "-n"), &a), "read analog input");
+        report(w, format("0x%04X", a), [&](Json& j) { j.field("channel", ch).field("value", a); });
     } else if (k == "aiall") {
         float v[VEX_AI_ALL_MAX] = {};
         int32_t n = 0;
         check(vex_ReadAIAllExt(port, w.address, v, VEX_AI_ALL_MAX, &n), "read analog inputs");
-        for (int32_t i = 0; i < n && i < VEX_AI_ALL_MAX; ++i) std::printf("%d %.3f\n", i, static_cast<double>(v[i]));
-    } else if (k == "ao") {
-        check(vex_ReadAO(port, w.address, channel(), count_of(g.count, "-n"), &f), "read analog output");
-        std::printf("%.3f\n", static_cast<double>(f));
+        n = n < 0 ? 0 : n > VEX_AI_ALL_MAX ? VEX_AI_ALL_MAX : n;
+        std::string text;
+        for (int32_t i = 0; i < n; ++i) text += format("%s%d %.3f", i ? "\n" : "", i, real(v[i]));
+        report(w, text, [&](Json& j) {
+            j.key("values").open_array();
+            for (int32_t i = 0; i < n; ++i) j.value(real(v[i]));
+            j.close();
+        });
     } else if (k == "cnt") {
-        check(vex_ReadDICNT(port, w.address, channel(), count_of(g.count, "-n"), &a), "read counter");
-        std::printf("%u\n", a);
+        const int32_t ch = channel();
+        check(vex_ReadDICNT(port, w.address, ch, count_of(g.count, "-n"), &a), "read counter");
+        report(w, format("%u", a), [&](Json& j) { j.field("channel", ch).field("value", a); });
     } else if (k == "latch") {
-        check(vex_ReadDIOLatch(port, w.address, count_of(g.di, "--di"), count_of(g.do_, "--do"),
-                               static_cast<int32_t>(parse_number(g.latch, "--latch", 1)), &a, &b),
+        const auto which = static_cast<int32_t>(parse_number(g.latch, "--latch", 1));
+        check(vex_ReadDIOLatch(port, w.address, count_of(g.di, "--di"), count_of(g.do_, "--do"), which, &a, &b),
               "read latches");
-        std::printf("DI latch 0x%X\nDO latch 0x%X\n", a, b);
+        report(w, format("DI latch 0x%X\nDO latch 0x%X", a, b),
+               [&](Json& j) { j.field("latch", which).field("di", a).field("do", b); });
     } else if (k == "poweron" || k == "safe") {
         const bool on = k == "poweron";
         if (!g.first.empty()) {  // an analog output's value
@@ -147,13 +190,13 @@ void run_read() {
             check(on ? vex_ReadModulePowerOnValueAO(port, w.address, ch, n, &f)
                      : vex_ReadModuleSafeValueAO(port, w.address, ch, n, &f),
                   "read stored value");
-            std::printf("%.3f\n", static_cast<double>(f));
+            report(w, format("%.3f", real(f)), [&](Json& j) { j.field("channel", ch).field("value", real(f)); });
         } else {
             const int32_t n = count_of(g.count, "-n");
             check(on ? vex_ReadModulePowerOnValueDO(port, w.address, n, &a)
                      : vex_ReadModuleSafeValueDO(port, w.address, n, &a),
                   "read stored value");
-            std::printf("0x%X\n", a);
+            report(w, format("0x%X", a), [&](Json& j) { j.field("value", a); });
         }
     } else {
         fail(kExitUsage, "KIND must be di, do, dobit, dio, ai, aihex, aiall, ao, cnt, latch, poweron or safe, not '" +
@@ -175,37 +218,39 @@ void run_write() {
     const auto no_channel = [&]() {
         if (has_channel) fail(kExitUsage, k + " takes no CHANNEL");
     };
+    const auto real = [](float v) { return static_cast<double>(v); };
     const int32_t n = count_of(g.count, "-n");
     if (k == "do") {
         no_channel();
         const uint32_t v = parse_number(value, "VALUE");
         const VEX_PORT port = port_for(w);
         check(vex_WriteDO(port, w.address, n, v), "write outputs");
-        std::printf("outputs 0x%X\n", v);
+        report(w, format("outputs 0x%X", v), [&](Json& j) { j.field("value", v); });
     } else if (k == "dobit") {
         const int32_t ch = channel_given();
         const bool on = value == "on" || value == "1";
         if (!on && value != "off" && value != "0") fail(kExitUsage, "VALUE must be on, off, 1 or 0, not '" + value + "'");
         check(vex_WriteDOBit(port_for(w), w.address, n, ch, on ? 1 : 0), "write output");
-        std::printf("output %d %s\n", ch, on ? "on" : "off");
+        report(w, format("output %d %s", ch, on ? "on" : "off"), [&](Json& j) { j.field("channel", ch).field("on", on); });
     } else if (k == "ao") {
         const int32_t ch = channel_given();
         const float v = vex::tools::parse_real(value, "VALUE");
         check(vex_WriteAO(port_for(w), w.address, ch, n, v), "write analog output");
-        std::printf("output %d %.3f\n", ch, static_cast<double>(v));
+        report(w, format("output %d %.3f", ch, real(v)), [&](Json& j) { j.field("channel", ch).field("value", real(v)); });
     } else if (k == "cnt" || k == "latch") {
         if (parse_number(value, "VALUE") != 0) fail(kExitUsage, k + " can only be cleared: write 0");
         if (k == "cnt") {
             const int32_t ch = channel_given();
             check(vex_ClearDICNT(port_for(w), w.address, ch, n), "clear counter");
-            std::printf("counter %d cleared\n", ch);
+            report(w, format("counter %d cleared", ch), [&](Json& j) { j.field("channel", ch).field("value", 0); });
         } else {
             no_channel();
             check(vex_ClearDIOLatch(port_for(w), w.address), "clear latches");
-            std::printf("latches cleared\n");
+            report(w, "latches cleared", [&](Json& j) { j.field("value", 0); });
         }
     } else if (k == "poweron" || k == "safe") {
         const bool on = k == "poweron";
+        const char* what = on ? "power-on" : "safe";
         if (has_channel) {
             const int32_t ch = channel_given();
             const float v = vex::tools::parse_real(value, "VALUE");
@@ -213,14 +258,15 @@ void run_write() {
             check(on ? vex_WriteModulePowerOnValueAO(port, w.address, ch, n, v)
                      : vex_WriteModuleSafeValueAO(port, w.address, ch, n, v),
                   "store value");
-            std::printf("%s value of output %d: %.3f\n", on ? "power-on" : "safe", ch, static_cast<double>(v));
+            report(w, format("%s value of output %d: %.3f", what, ch, real(v)),
+                   [&](Json& j) { j.field("channel", ch).field("value", real(v)); });
         } else {
             const uint32_t v = parse_number(value, "VALUE");
             const VEX_PORT port = port_for(w);
             check(on ? vex_WriteModulePowerOnValueDO(port, w.address, n, v)
                      : vex_WriteModuleSafeValueDO(port, w.address, n, v),
                   "store value");
-            std::printf("%s value 0x%X\n", on ? "power-on" : "safe", v);
+            report(w, format("%s value 0x%X", what, v), [&](Json& j) { j.field("value", v); });
         }
     } else if (k == "di" || k == "dio" || k == "ai" || k == "aihex" || k == "aiall") {
         fail(kExitUsage, k + " is read only");
@@ -235,13 +281,18 @@ void add_common(CLI::App* c) {
     c->add_option("--port", g.port, "Port configuration (default COM0: for local slots, the bus named in ADDRESS)");
     c->add_option("-n", g.count, "The module's channel count for KIND")->capture_default_str();
     add_line_options(*c, g.line);
-    c->footer("Exits 1 with the error code and its message when the controller or module fails, 2 for a bad "
+    c->footer("With --json: one object with address (as given), io_address (the number the library was given),\n"
+              "kind, port (null: none), and per kind value (di do aihex cnt; ai ao poweron safe as numbers),\n"
+              "channel, on (dobit), di and do (dio, latch), latch (latch), values (aiall, an array).\n"
+              "Exits 1 with the error code and its message when the controller or module fails, 2 for a bad "
               "command line.");
 }
 
+}  // namespace vexctl_cmd_unified
 }  // namespace
 
 void register_unified_commands(CLI::App& app) {
+    using namespace vexctl_cmd_unified;
     CLI::App* r = app.add_subcommand("read", "Read a module's I/O by address (any module kind)");
     add_common(r);
     r->add_option("CHANNEL", g.first, "Channel (ai, aihex, ao, cnt, dobit; an analog output for poweron/safe)");

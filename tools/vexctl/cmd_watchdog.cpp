@@ -5,10 +5,14 @@
 #include "platform/os_timer.h"
 #include "platform/peripherals.h"
 #include "tools/common/cli.h"
+#include "tools/common/json.h"
 #include "tools/vexctl/commands.h"
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_watchdog {
 
 using vex::tools::fail;
 
@@ -26,8 +30,9 @@ uint32_t parse_type(const std::string& text) {
 
 [[noreturn]] void refused(const char* what) {
     const uint32_t code = vex_GetLastError();
-    fail(vex::tools::kExitFailed, std::string(what) + ": " + vex::tools::error_text(code) +
-                                      (code == VEX_ERR_WDT_VALUE ? " (backplane: 1..31 s; OS timer: 1 ms and up)" : ""));
+    vex::tools::fail_error(code, code == VEX_ERR_WDT_VALUE
+                                     ? std::string(what) + " (backplane: 1..31 s; OS timer: 1 ms and up)"
+                                     : std::string(what));
 }
 
 const char* unit(uint32_t type) { return type == VEX_WDT_BACKPLANE ? "s" : "ms"; }
@@ -58,9 +63,16 @@ int refresh(uint32_t type, const std::string& time_text) {
 }
 
 int status(uint32_t type) {
+    const bool json = vex::tools::json_output();
+    vex::tools::Json j;
+    j.open_object().field("type", type);
     if (type == VEX_WDT_BACKPLANE) {
-        std::printf("backplane watchdog: %s, time %u s\n", vex_GetWatchDogState(type) ? "enabled" : "disabled",
-                    vex_GetWatchDogTime(type));
+        const bool on = vex_GetWatchDogState(type) != 0;
+        const uint32_t time = vex_GetWatchDogTime(type);
+        if (json)
+            j.field("enabled", on).field("time_s", time).close().print();
+        else
+            std::printf("backplane watchdog: %s, time %u s\n", on ? "enabled" : "disabled", time);
         return 0;
     }
     // Read from the registers: this process did not arm it.
@@ -69,19 +81,31 @@ int status(uint32_t type) {
     const uint32_t mask = vex::plat::reg_read(Page::IrqController, vex::plat::intc::kMask);
     const uint32_t wme = vex::plat::reg_read(Page::OsTimer, vex::plat::ost::kWatchdogEnable);
     const bool armed = (wme & 1u) || ((ier & 8u) && (mask & (1u << vex::plat::intc::kOsTimerMatch3)));
-    if (armed) {
-        const uint32_t left = vex::plat::reg_read(Page::OsTimer, vex::plat::ost::match(3)) - vex::plat::os_timer_count();
-        std::printf("OS timer watchdog: armed, resets the controller in %u ms\n", left / 3250u);
-    } else {
-        std::printf("OS timer watchdog: not armed\n");
+    const uint32_t left_ms =
+        armed ? (vex::plat::reg_read(Page::OsTimer, vex::plat::ost::match(3)) - vex::plat::os_timer_count()) / 3250u : 0;
+    const bool by_watchdog = vex_GetWatchDogResetState(type) != 0;
+    if (json) {
+        j.field("armed", armed);
+        if (armed)
+            j.field("resets_in_ms", left_ms);
+        else
+            j.key("resets_in_ms").null();
+        j.field("last_reset_by_watchdog", by_watchdog).close().print();
+        return 0;
     }
-    std::printf("last reset: %s\n", vex_GetWatchDogResetState(type) ? "by a watchdog" : "not by a watchdog");
+    if (armed)
+        std::printf("OS timer watchdog: armed, resets the controller in %u ms\n", left_ms);
+    else
+        std::printf("OS timer watchdog: not armed\n");
+    std::printf("last reset: %s\n", by_watchdog ? "by a watchdog" : "not by a watchdog");
     return 0;
 }
 
+}  // namespace vexctl_cmd_watchdog
 }  // namespace
 
 void register_watchdog_commands(CLI::App& app) {
+    using namespace vexctl_cmd_watchdog;
     static WatchdogOptions o;
     CLI::App* w = app.add_subcommand("watchdog", "The controller's system watchdogs (TYPE 0 backplane, 1 OS timer)");
     w->require_subcommand(1);
@@ -101,5 +125,7 @@ void register_watchdog_commands(CLI::App& app) {
     r->callback([] { std::exit(refresh(parse_type(o.type), o.time)); });
     CLI::App* s = w->add_subcommand("status", "Enabled or armed, time, last reset");
     s->add_option("type", o.type, "0 or 1")->required();
+    s->footer("With --json: {type, enabled, time_s} for the backplane watchdog (0); {type, armed, resets_in_ms\n"
+              "(null: not armed), last_reset_by_watchdog} for the OS timer watchdog (1).");
     s->callback([] { std::exit(status(parse_type(o.type))); });
 }

@@ -4,9 +4,13 @@
 #include <cstdlib>
 
 #include "sim/far_side.h"
+#include "tools/common/json.h"
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_chips {
 
 namespace far = vex::sim::far;
 using far::Chip;
@@ -60,16 +64,58 @@ void show_chip(vex::sim::Instance& inst, Chip chip, const char* name, unsigned t
     }
 }
 
+// {name, size, faults {no_ack, ack_budget, stuck_mask, stuck_value},
+// transactions, busy_refusals, log [{kind, address, length, extra}]}.
+void json_chip(vex::tools::Json& j, vex::sim::Instance& inst, Chip chip, const char* name, unsigned tail) {
+    const vex::sim::ChipFaults f = far::faults(inst, chip);
+    j.open_object().field("chip", name).field("size", far::chip_size(inst, chip));
+    j.key("faults").open_object().field("no_ack", f.no_ack != 0);
+    if (f.ack_budget >= 0)
+        j.field("ack_budget", static_cast<int64_t>(f.ack_budget));
+    else
+        j.key("ack_budget").null();
+    j.field("stuck_mask", f.stuck_mask).field("stuck_value", f.stuck_value & f.stuck_mask).close();
+    if (chip == Chip::Sram) {
+        j.close();
+        return;
+    }
+    uint32_t total = 0;
+    const auto log = far::transactions(inst, chip, &total);
+    j.field("transactions", total);
+    if (chip == Chip::Eeprom)
+        j.field("busy_refusals", far::eeprom_busy_refusals(inst));
+    j.key("log").open_array();
+    for (size_t i = log.size() > tail ? log.size() - tail : 0; i < log.size(); ++i) {
+        const vex::sim::ChipLogEntry& e = log[i];
+        j.open_object().field("kind", kind_name(e.kind)).field("address", e.address).field("length", e.length);
+        j.field("extra", e.extra).close();
+    }
+    j.close().close();
+}
+
+}  // namespace vexsim_cmd_chips
 }  // namespace
 
 void register_chip_commands(CLI::App& app) {
+    using namespace vexsim_cmd_chips;
     static InstanceOption inst;
     static unsigned tail = 8;
     CLI::App* chips = app.add_subcommand("chips", "Show the memory chips: sizes, faults, latest transactions");
     inst.add_to(chips);
     chips->add_option("-n,--tail", tail, "Transactions to list per chip (default 8)");
+    chips->footer("With --json: {chips: [{chip, size, faults {no_ack, ack_budget, stuck_mask, stuck_value},\n"
+                  "transactions, busy_refusals (eeprom), log [{kind, address, length, extra}]}]} (sram: no log).");
     chips->callback([] {
         auto i = attach_or_exit(inst.resolve());
+        if (vex::tools::json_output()) {
+            vex::tools::Json j;
+            j.open_object().key("chips").open_array();
+            json_chip(j, *i, Chip::Sram, "sram", tail);
+            json_chip(j, *i, Chip::Eeprom, "eeprom", tail);
+            json_chip(j, *i, Chip::Nvram, "nvram", tail);
+            j.close().close().print();
+            std::exit(0);
+        }
         show_chip(*i, Chip::Sram, "SRAM", tail);
         show_chip(*i, Chip::Eeprom, "EEPROM", tail);
         show_chip(*i, Chip::Nvram, "NVRAM (timekeeping chip RAM)", tail);

@@ -15,6 +15,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_show {
 
 const char* source_name(uint8_t code) {
     switch (code) {
@@ -121,12 +124,16 @@ int show(const std::string& name) {
     inst->advance(0);  // a system watchdog that ran out resets the controller first
     inst->with_lock([&](vex::sim::State& s) {
         const int count = s.slot_count_code == 7 ? 8 : s.slot_count_code;
+        // Bring the modules' watchdogs, the serial modules and the timers up
+        // to the instance clock first: text and JSON show the same moment.
+        const uint64_t now = inst->now_ns();
+        for (int i = 0; i < count; ++i)
+            if (s.slots[i].kind == static_cast<uint8_t>(vex::sim::ModuleKind::Parallel))
+                vex::sim::models::parallel_advance(s, i, now);
+        vex::sim::serial::advance_all(s, now);
+        vex::sim::models::timers_advance(s, now);
         if (vex::tools::json_output()) {
-            const uint64_t now = inst->now_ns();
-            for (int i = 0; i < count; ++i)
-                if (s.slots[i].kind == static_cast<uint8_t>(vex::sim::ModuleKind::Parallel))
-                    vex::sim::models::parallel_advance(s, i, now);
-            show_json(name, vex::sim::Host::host_pid(name), s);
+            show_json(name, vex::sim::Host::host_pid(name), s, now);
             return 0;
         }
         std::string host;
@@ -135,17 +142,9 @@ int show(const std::string& name) {
         std::printf("  hardware ID %s, CPU ID %u, backplane version %u, %d slots\n", s.hardware_id, s.cpu_id,
                     s.backplane_version, count);
         std::printf("  DIP switch 0x%02X, slot select 0x%02X\n", s.dip_switch, s.slot_select);
-        // Bring the modules' watchdogs up to the instance clock first.
-        const uint64_t now = inst->now_ns();
-        for (int i = 0; i < count; ++i) {
-            if (s.slots[i].kind == static_cast<uint8_t>(vex::sim::ModuleKind::Parallel))
-                vex::sim::models::parallel_advance(s, i, now);
-            show_slot(i, s.slots[i], now);
-        }
-        vex::sim::serial::advance_all(s, now);
+        for (int i = 0; i < count; ++i) show_slot(i, s.slots[i], now);
         for (int i = 0; i < vex::sim::kSerialPorts; ++i) show_port(s, i);
         show_services(s, now);
-        vex::sim::models::timers_advance(s, now);
         show_interrupts(s, now);
         show_serial(s);
         return 0;
@@ -153,11 +152,18 @@ int show(const std::string& name) {
     return 0;
 }
 
+}  // namespace vexsim_cmd_show
 }  // namespace
 
 void register_show_commands(CLI::App& app) {
+    using namespace vexsim_cmd_show;
     static InstanceOption inst;
     CLI::App* s = app.add_subcommand("show", "Show the instance's state");
+    s->footer("With --json: {instance, host_pid, hardware_id, cpu_id, backplane_version, slot_count, dip_switch,\n"
+              "slot_select, slots, ports, services {system_watchdog, panel, card, links}, interrupts {enabled,\n"
+              "latched (per trigger: rising, level, falling), gate, in_service, lines, timers, hot_plug, ms_counter,\n"
+              "bindings}, serial [{port, terminator, checksum, paced, turnaround_ms, fault, modules, units}]};\n"
+              "a serial module has place, name, address, present, checksum, fault, known and its channels' state.");
     inst.add_to(s);
     s->callback([] { std::exit(show(inst.resolve())); });
 }

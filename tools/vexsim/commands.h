@@ -26,8 +26,16 @@ uint32_t parse_number_or_exit(const std::string& text, const char* what, uint32_
 void register_lifecycle_commands(CLI::App& app);   // serve, destroy, power-cycle
 void register_show_commands(CLI::App& app);        // show
 void register_trace_command(CLI::App& app);        // trace
-// vexsim show --json (state locked by the caller).
-void show_json(const std::string& name, int host_pid, vex::sim::State& s);
+// vexsim show --json (state locked and brought up to `now` by the caller,
+// as for the text).
+void show_json(const std::string& name, int host_pid, vex::sim::State& s, uint64_t now);
+namespace vex::tools {
+class Json;
+}
+// Its sections, in show_json_sections.cpp.
+void show_json_services(vex::tools::Json& j, const vex::sim::State& s, uint64_t now);
+void show_json_interrupts(vex::tools::Json& j, const vex::sim::State& s, uint64_t now);
+void show_json_serial(vex::tools::Json& j, const vex::sim::State& s);
 void register_control_commands(CLI::App& app);     // set, plug, unplug
 void register_time_commands(CLI::App& app);        // advance
 void register_host_command(CLI::App& app);         // host (started by the library)

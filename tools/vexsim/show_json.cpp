@@ -1,5 +1,6 @@
 // vexsim show --json: the instance's identity, its slots with their modules,
-// and its COM ports, as one JSON document (state locked by the caller).
+// its COM ports, services, interrupts and serial buses, as one JSON document
+// (state locked by the caller).
 #include <cstring>
 #include <string>
 
@@ -7,7 +8,7 @@
 #include "tools/common/json.h"
 #include "tools/vexsim/commands.h"
 
-void show_json(const std::string& name, int host_pid, vex::sim::State& s) {
+void show_json(const std::string& name, int host_pid, vex::sim::State& s, uint64_t now) {
     using vex::sim::ModuleKind;
     vex::tools::Json j;
     j.open_object().field("instance", name);
@@ -58,5 +59,9 @@ void show_json(const std::string& name, int host_pid, vex::sim::State& s) {
         j.field("dsr", (in & 0x20) != 0).field("ring", (in & 0x40) != 0).field("dcd", (in & 0x80) != 0);
         j.field("loopback", p.loopback != 0).close();
     }
-    j.close().close().print();
+    j.close();
+    show_json_services(j, s, now);
+    show_json_interrupts(j, s, now);
+    show_json_serial(j, s);
+    j.close().print();
 }
