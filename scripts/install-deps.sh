@@ -11,7 +11,7 @@ set -euo pipefail
 
 run_packages=(cmake ninja-build g++ pkg-config python3 libsqlite3-dev libtomlplusplus-dev
               libcli11-dev libblkid-dev)
-test_packages=(clang libgtest-dev libgmock-dev libbenchmark-dev libmodbus-dev python3-pytest
+test_packages=(clang libclang-rt-dev libgtest-dev libgmock-dev libbenchmark-dev libmodbus-dev python3-pytest
                dpkg-dev man-db)
 
 mode=${1:-check}

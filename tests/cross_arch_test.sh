@@ -24,6 +24,8 @@ fail() { echo "FAIL: $*"; exit 1; }
 # $1 maker (run with no prefix or with the emulator), $2 refuser, $3 maker's words.
 check_refusal() {
   local made_by=$1 refuser=$2 words=$3 out
+  # (A command that changes the controller makes its instance; show only looks.)
+  $made_by set dip 5 >/dev/null || fail "the maker cannot make its instance"
   $made_by show >/dev/null || fail "the maker cannot show its own instance"
   if out=$($refuser show 2>&1); then fail "an instance of $words was shared: $out"; fi
   echo "$out"

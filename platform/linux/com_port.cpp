@@ -1,12 +1,11 @@
 // COM ports on Linux ttys: UARTs, USB serial adapters, pseudo-terminals.
 //
-// The line settings go through termios2 (<asm/termbits.h>, not <termios.h>:
-// the two cannot meet in one file), which takes any baud rate with BOTHER.
+// The line settings go through termios2 (tty_settings.h), which takes any
+// baud rate with BOTHER, or the classic termios where termios2 is missing.
 // The file descriptor is non-blocking; every wait is a poll() that also
 // watches an eventfd, so cancel() ends reads, writes and line waits at once.
 #include "platform/com_port.h"
 
-#include <asm/termbits.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -31,39 +30,14 @@
 #include "platform/system.h"
 #include "platform/linux/com_calls.h"
 #include "platform/linux/modem_lines.h"
+#include "platform/linux/tty_settings.h"
 
 namespace vex::plat {
 namespace {
 
-struct Speed {
-    uint32_t baud;
-    tcflag_t code;
-};
-
-// The rates a tty knows by code. Others go by BOTHER and the number itself.
-constexpr Speed kSpeeds[] = {
-    {50, B50},         {75, B75},         {110, B110},       {134, B134},       {150, B150},
-    {200, B200},       {300, B300},       {600, B600},       {1200, B1200},     {1800, B1800},
-    {2400, B2400},     {4800, B4800},     {9600, B9600},     {19200, B19200},   {38400, B38400},
-    {57600, B57600},   {115200, B115200}, {230400, B230400}, {460800, B460800}, {500000, B500000},
-    {576000, B576000}, {921600, B921600}, {1000000, B1000000}, {1152000, B1152000}, {1500000, B1500000},
-    {2000000, B2000000}, {2500000, B2500000}, {3000000, B3000000}, {3500000, B3500000}, {4000000, B4000000},
-};
-
-tcflag_t speed_code(uint32_t baud) {
-    for (const Speed& s : kSpeeds) {
-        if (s.baud == baud) return s.code;
-    }
-    return BOTHER;
-}
-
 uint32_t speed_of(const termios2& t) {
     const tcflag_t code = t.c_cflag & CBAUD;
-    if (code == BOTHER) return t.c_ospeed;
-    for (const Speed& s : kSpeeds) {
-        if (s.code == code) return s.baud;
-    }
-    return 0;
+    return code == BOTHER ? t.c_ospeed : tty_rate_of_code(code);
 }
 
 constexpr uint32_t kNoLimit = UINT32_MAX;
@@ -97,7 +71,7 @@ public:
 
     bool get_settings(ComSettings& out) override {
         termios2 t{};
-        if (com_calls().ioctl(fd_, TCGETS2, &t) != 0) return false;
+        if (!tty_get(com_calls().ioctl, fd_, t)) return false;
         out.baud = speed_of(t);
         switch (t.c_cflag & CSIZE) {
         case CS5: out.data_bits = 5; break;
@@ -130,9 +104,9 @@ public:
             static_cast<uint8_t>(s.stop_bits) > 2 || s.dtr_control > kDtrHandshake || s.rts_control > kRtsToggle)
             return false;
         termios2 t{};
-        if (com_calls().ioctl(fd_, TCGETS2, &t) != 0) return false;
+        if (!tty_get(com_calls().ioctl, fd_, t)) return false;
         t.c_cflag &= ~(CBAUD | (CBAUD << IBSHIFT) | CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
-        t.c_cflag |= speed_code(s.baud);
+        t.c_cflag |= tty_code_of_rate(s.baud);
         t.c_ispeed = s.baud;
         t.c_ospeed = s.baud;
         static constexpr tcflag_t kSizes[] = {CS5, CS6, CS7, CS8};
@@ -150,7 +124,7 @@ public:
         if (s.parity_check) t.c_iflag |= INPCK;
         if (s.xon_out) t.c_iflag |= IXON;
         if (s.xon_in) t.c_iflag |= IXOFF;
-        if (com_calls().ioctl(fd_, TCSETS2, &t) != 0) return false;
+        if (!tty_set(com_calls().ioctl, fd_, t)) return false;
         {
             std::lock_guard lock(mutex_);
             dsr_flow_ = s.dsr_flow;
@@ -415,7 +389,7 @@ std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* e
     // (root passes TIOCEXCL); TIOCEXCL keeps out other programs.
     if (com_calls().flock(fd, LOCK_EX | LOCK_NB) != 0) return fail("in use", fd);
     termios2 t{};
-    if (com_calls().ioctl(fd, TCGETS2, &t) != 0) return fail("not a serial device", fd);
+    if (!tty_get(com_calls().ioctl, fd, t)) return fail("not a serial device", fd);
     // Best effort: without it, programs outside this library may still
     // open the tty; those of the library are kept out by the flock.
     com_calls().ioctl(fd, TIOCEXCL, nullptr);
@@ -429,7 +403,7 @@ std::unique_ptr<ComPort> ComPort::open(const std::string& device, std::string* e
     t.c_cflag |= CREAD | CLOCAL;
     t.c_cc[VMIN] = 1;
     t.c_cc[VTIME] = 0;
-    if (com_calls().ioctl(fd, TCSETS2, &t) != 0) return fail("cannot set raw mode", fd);
+    if (!tty_set(com_calls().ioctl, fd, t)) return fail("cannot set raw mode", fd);
 
     const int wake = com_calls().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake < 0) return fail("cannot create an eventfd", fd);

@@ -57,7 +57,7 @@ TEST_F(VexsimSerial, PlugASerialModuleOfACatalogueKind) {
 TEST_F(VexsimSerial, ShowListsModulesWithTheirStateAndTraceTheExchanges) {
     const VEX_PORT com1 = open_port("COM1:");
     EXPECT_EQ(ask(com1, "@02DO8001"), "!02");
-    EXPECT_EQ(ask(com1, "~02310A"), "!02");
+    EXPECT_EQ(ask(com1, "~0231FF"), "!02");
     ASSERT_EQ(run_vexsim({"fault", "COM1:01", "dribble", "--ms", "2", "--count", "3"}).status, 0);
     ProcessResult r = run_vexsim({"show"});
     ASSERT_EQ(r.status, 0) << r.output;
@@ -67,7 +67,7 @@ TEST_F(VexsimSerial, ShowListsModulesWithTheirStateAndTraceTheExchanges) {
           "inputs  0x05  latched on 0x00 off 0x00", "COM1:01  4408 at address 01: 8 analog inputs",
           "1.250 -2.500 0.000 5.000", "fault: dribble 2 ms a character (3 more exchanges)",
           "COM1:02  4216 at address 02", "outputs 0x8001  power-on 0x0000  safe 0x0000",
-          "host watchdog enabled, time-out 1.0 s", "COM1:10  expansion unit 'RU2', 2 slots",
+          "host watchdog enabled, time-out 25.5 s", "COM1:10  expansion unit 'RU2', 2 slots",
           "COM1:10/1  4502 at address 10", "slot7  4504P"})
         EXPECT_TRUE(has(r.output, line)) << "'" << line << "' not in:\n" << r.output;
 
@@ -75,9 +75,9 @@ TEST_F(VexsimSerial, ShowListsModulesWithTheirStateAndTraceTheExchanges) {
     r = run_vexsim({"trace", "-n", "4"});
     ASSERT_EQ(r.status, 0) << r.output;
     EXPECT_TRUE(has(r.output, "serial COM1:  @02DO8001\\r  ->  !02\\r\n")) << r.output;
-    EXPECT_TRUE(has(r.output, "serial COM1:  ~02310A\\r  ->  !02\\r\n")) << r.output;
+    EXPECT_TRUE(has(r.output, "serial COM1:  ~0231FF\\r  ->  !02\\r\n")) << r.output;
     EXPECT_TRUE(has(r.output, "backplane SLOT_SELECT <- 0xF7")) << "beside register writes:\n" << r.output;
-    EXPECT_LT(r.output.find("~02310A"), r.output.find("SLOT_SELECT")) << "in the order they happened";
+    EXPECT_LT(r.output.find("~0231FF"), r.output.find("SLOT_SELECT")) << "in the order they happened";
 }
 
 }  // namespace

@@ -21,6 +21,9 @@ struct LineSettings {
     bool raw = false;          // no echo, no canonical mode, no CR translation
 };
 LineSettings read_line_settings(int fd);
+// True when the tty takes termios2, and with it rates without a code of
+// their own (user-mode emulators lack it).
+bool tty_takes_any_rate(int fd);
 
 class Pty {
 public:

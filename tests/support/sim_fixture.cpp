@@ -152,4 +152,18 @@ void SimFixture::reattach() {
     frame::library_attach();
 }
 
+std::string shell_quote(const std::string& s) {
+    std::string out = "'";
+    for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return out + "'";
+}
+
+std::string shell_program(const char* path) {
+    std::string out;
+    for (const std::string& word : plat::wrapped_command({path})) out += (out.empty() ? "" : " ") + shell_quote(word);
+    return out;
+}
+
+bool under_emulator() { return !plat::wrapped_command({}).empty(); }
+
 }  // namespace vex::test

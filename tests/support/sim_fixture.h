@@ -22,6 +22,17 @@ ProcessResult run_process(const std::vector<std::string>& argv, int timeout_ms =
 ProcessResult run_vexsim(const std::vector<std::string>& args);
 ProcessResult run_vexctl(const std::vector<std::string>& args);
 
+// `s` as one word of a /bin/sh command line.
+std::string shell_quote(const std::string& s);
+// A program of the build as /bin/sh command words (behind the emulator's
+// wrapper in a cross build).
+std::string shell_program(const char* path);
+
+// True when the test runs under the cross build's user-mode emulator
+// (qemu-arm through cmake/armhf-run), which some behaviours of a real
+// kernel are beyond.
+bool under_emulator();
+
 // Fails the test when the instance's host process reported a problem in its
 // log (a sanitizer report, a failed start), since nobody else reads it.
 void expect_clean_host_log(const std::string& instance);

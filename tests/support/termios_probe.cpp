@@ -1,8 +1,8 @@
 // Reads a tty's settings with termios2, the only way to see a rate set by
 // number (BOTHER). Kept apart: <asm/termbits.h> and <termios.h> clash.
-#include <asm/termbits.h>
 #include <sys/ioctl.h>
 
+#include "platform/linux/tty_settings.h"
 #include "tests/support/pty.h"
 
 namespace vex::test {
@@ -10,7 +10,8 @@ namespace vex::test {
 LineSettings read_line_settings(int fd) {
     termios2 t{};
     LineSettings s;
-    if (::ioctl(fd, TCGETS2, &t) != 0) return s;
+    auto call = [](int f, unsigned long request, void* arg) { return ::ioctl(f, request, arg); };
+    if (!plat::tty_get(call, fd, t)) return s;
     const tcflag_t code = t.c_cflag & CBAUD;
     s.custom_rate = code == BOTHER;
     switch (code) {
@@ -26,6 +27,11 @@ LineSettings read_line_settings(int fd) {
     s.crtscts = (t.c_cflag & CRTSCTS) != 0;
     s.raw = !(t.c_lflag & (ECHO | ICANON)) && !(t.c_iflag & ICRNL) && !(t.c_oflag & OPOST);
     return s;
+}
+
+bool tty_takes_any_rate(int fd) {
+    termios2 t{};
+    return ::ioctl(fd, TCGETS2, &t) == 0;
 }
 
 }  // namespace vex::test

@@ -17,16 +17,10 @@ namespace {
 
 using Args = std::vector<std::string>;
 
-std::string shell_quote(const std::string& s) {
-    std::string out = "'";
-    for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
-}
-
 // Runs `tool args --json` and prints `expression` of its document `d` (in
 // Python), or "ERROR ..." when the tool failed or printed no document.
 std::string query(const char* tool, const Args& args, const std::string& expression) {
-    std::string cmd = shell_quote(tool);
+    std::string cmd = shell_program(tool);
     for (const std::string& a : args) cmd += " " + shell_quote(a);
     cmd += " --json 2>/dev/null | python3 -c " +
            shell_quote("import json,sys\n"

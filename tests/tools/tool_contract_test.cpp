@@ -11,20 +11,22 @@
 #include <string>
 #include <vector>
 
+#include "platform/exec_wrapper.h"
 #include "tests/support/sim_fixture.h"
 
 namespace vex::test {
 namespace {
 
-std::string shell_quote(const std::string& s) {
-    std::string out = "'";
-    for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
+// `argv` run with one more environment variable.
+std::vector<std::string> with_env(const std::string& assignment, const std::vector<std::string>& argv) {
+    std::vector<std::string> out{"/usr/bin/env", assignment};
+    for (std::string& word : plat::wrapped_command(argv)) out.push_back(std::move(word));
+    return out;
 }
 
 // True when the tool exits 0 and its stdout parses as one JSON document.
 bool prints_json(const char* tool, const std::vector<std::string>& args) {
-    std::string cmd = "set -e; out=$(" + shell_quote(tool);
+    std::string cmd = "set -e; out=$(" + shell_program(tool);
     for (const std::string& a : args) cmd += " " + shell_quote(a);
     cmd += " 2>/dev/null); printf '%s' \"$out\" | python3 -c 'import json,sys; json.load(sys.stdin)'";
     return run_process({"/bin/sh", "-c", cmd}).status == 0;
@@ -124,7 +126,7 @@ TEST_F(ToolContract, DataCommandsPrintJsonThatParses) {
     // The sections of vexsim show are in its document too.
     const ProcessResult sections = run_process(
         {"/bin/sh", "-c",
-         shell_quote(VEXSIM_PATH) + " show --json | python3 -c 'import json,sys; d=json.load(sys.stdin); "
+         shell_program(VEXSIM_PATH) + " show --json | python3 -c 'import json,sys; d=json.load(sys.stdin); "
                                     "print(sorted(k for k in (\"services\",\"interrupts\",\"serial\") if k in d), "
                                     "len(d[\"interrupts\"][\"timers\"]))'"});
     EXPECT_TRUE(contains(sections, "['interrupts', 'serial', 'services'] 3")) << sections.output;
@@ -134,7 +136,7 @@ TEST_F(ToolContract, DataCommandsPrintJsonThatParses) {
 // when there is one, and the exit code; usage errors included.
 TEST_F(ToolContract, FailuresUnderJsonAreOneErrorDocument) {
     const auto error_of = [&](const std::vector<std::string>& args) {
-        std::string cmd = shell_quote(VEXCTL_PATH);
+        std::string cmd = shell_program(VEXCTL_PATH);
         for (const std::string& a : args) cmd += " " + shell_quote(a);
         return run_process({"/bin/sh", "-c",
                             cmd + " --json 2>/dev/null; echo \"exit=$?\""});
@@ -165,8 +167,12 @@ TEST_F(ToolContract, TraceNamesWritesAndFollowsUntilInterruptedOrThePipeCloses) 
     EXPECT_TRUE(contains(r, "backplane DIP <- 0x05")) << r.output;
     EXPECT_TRUE(contains(r, "pid " + std::to_string(::getpid()))) << r.output;
     // Ctrl-C ends a follow at once, and cleanly.
-    const std::string vexsim = shell_quote(VEXSIM_PATH);
-    r = run_process({"/bin/sh", "-c", vexsim + " trace -f >/dev/null & p=$!; sleep 0.5; kill -INT $p; wait $p"}, 10000);
+    const std::string vexsim = shell_program(VEXSIM_PATH);
+    // (An emulated vexsim takes seconds to start: the signal must not come
+    // before it could take it.)
+    const std::string settle = under_emulator() ? "3" : "0.5";
+    r = run_process({"/bin/sh", "-c", vexsim + " trace -f >/dev/null & p=$!; sleep " + settle + "; kill -INT $p; wait $p"},
+                    20000);
     EXPECT_EQ(r.status, 0) << r.output;
     // A reader that goes away ends it too, once there is something to write.
     std::atomic<bool> done{false};
@@ -204,38 +210,32 @@ TEST_F(ToolContract, ReadOnlyCommandsNeverCreateAnInstance) {
         EXPECT_FALSE(sim::Instance::exists(ghost)) << args[0];
         EXPECT_FALSE(std::filesystem::exists(base_dir() + "/" + ghost)) << args[0];
     }
-    EXPECT_EQ(run_process({"/usr/bin/env", "VEXSDK_TARGET=sim:" + ghost, VEXCTL_PATH, "--help"}).status, 0);
+    EXPECT_EQ(run_process(with_env("VEXSDK_TARGET=sim:" + ghost, {VEXCTL_PATH, "--help"})).status, 0);
     EXPECT_FALSE(sim::Instance::exists(ghost));
     EXPECT_EQ(run_vexsim({"show"}).status, 0);  // the test's own instance exists
 }
 
 TEST_F(ToolContract, UnrecognisedTargetConnectsToNothingAndSaysSo) {
     for (const char* text : {"HW", "Sim", "simulator", "sim:../x", "hardware", "sim:"}) {
-        const std::vector<std::string> env{"/usr/bin/env", std::string("VEXSDK_TARGET=") + text};
-        std::vector<std::string> argv = env;
-        argv.insert(argv.end(), {VEXCTL_PATH, "info"});
-        ProcessResult r = run_process(argv);
+        const std::string env = std::string("VEXSDK_TARGET=") + text;
+        ProcessResult r = run_process(with_env(env, {VEXCTL_PATH, "info"}));
         EXPECT_EQ(r.status, 1) << text << ": " << r.output;
         EXPECT_TRUE(contains(r, std::string("target '") + text + "' is not recognised")) << r.output;
-        argv = env;
-        argv.insert(argv.end(), {VEXCTL_PATH, "di", "2", "-n", "8"});
-        r = run_process(argv);
+        r = run_process(with_env(env, {VEXCTL_PATH, "di", "2", "-n", "8"}));
         EXPECT_TRUE(r.status == 1 || contains(r, "0xFFFFFFFF")) << text << ": " << r.output;
-        argv = env;
-        argv.insert(argv.end(), {VEXSIM_PATH, "show"});
-        EXPECT_EQ(run_process(argv).status, 2) << text;
+        EXPECT_EQ(run_process(with_env(env, {VEXSIM_PATH, "show"})).status, 2) << text;
     }
     // Nothing new appeared beside the test's own instance.
     size_t entries = 0;
     for (const auto& e : std::filesystem::directory_iterator(base_dir())) entries += e.path().filename() != instance_name();
     EXPECT_EQ(entries, 0u);
     const ProcessResult r = run_process({"/bin/sh", "-c",
-                                         "VEXSDK_TARGET=bogus " + shell_quote(VEXCTL_PATH) +
+                                         "VEXSDK_TARGET=bogus " + shell_program(VEXCTL_PATH) +
                                              " info --json 2>/dev/null | python3 -c 'import json,sys; "
                                              "d=json.load(sys.stdin); sys.exit(0 if d[\"target\"] is None else 1)'"});
     EXPECT_EQ(r.status, 0) << r.output;
     // The documented values only in lower case, and the refusal says which.
-    const ProcessResult hw = run_process({"/usr/bin/env", "VEXSDK_TARGET=HW", VEXCTL_PATH, "info"});
+    const ProcessResult hw = run_process(with_env("VEXSDK_TARGET=HW", {VEXCTL_PATH, "info"}));
     EXPECT_TRUE(contains(hw, "did you mean \"hw\"?")) << hw.output;
 }
 

@@ -10,6 +10,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_card {
 
 using vex::tools::fail;
 
@@ -108,9 +111,11 @@ int unmount() {
     return 0;
 }
 
+}  // namespace vexctl_cmd_card
 }  // namespace
 
 void register_card_commands(CLI::App& app) {
+    using namespace vexctl_cmd_card;
     CLI::App* c = app.add_subcommand("card", "The storage card: status, info, mount NAME, unmount");
     c->require_subcommand(1);
     c->footer("With --json: {present, mounted, folder}; info adds device (null: the block device of type SD)\n"

@@ -13,6 +13,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_device {
 
 using vex::tools::error_text;
 using vex::tools::fail;
@@ -117,9 +120,11 @@ void print_json(const Facts& f) {
     j.field("factory_record_readable", !f.record_error).field("sdk_version", f.sdk).close().print();
 }
 
+}  // namespace vexctl_cmd_device
 }  // namespace
 
 void register_device_commands(CLI::App& app) {
+    using namespace vexctl_cmd_device;
     CLI::App* device = app.add_subcommand("device", "Show the controller's identity: versions, serial, MACs, ...");
     device->callback([] {
         const Facts f = gather();

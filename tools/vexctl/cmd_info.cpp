@@ -23,6 +23,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_info {
 
 const char* model_name(int model) {
     switch (model) {
@@ -281,9 +284,11 @@ int run_info() {
     return 0;
 }
 
+}  // namespace vexctl_cmd_info
 }  // namespace
 
 void register_info_command(CLI::App& app) {
+    using namespace vexctl_cmd_info;
     CLI::App* cmd = app.add_subcommand("info", "Show the controller's identity and slot inventory");
     cmd->footer("With --json: {target: {kind, instance} (null: no controller, with problem and error),\n"
                 "hardware_id, model_code, model, slot_count, backplane_version, dip_switch, cpu_id,\n"

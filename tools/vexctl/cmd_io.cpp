@@ -12,6 +12,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_io {
 
 // Registers of a module's slot page that vexctl looks at to explain
 // itself (the library does the actual work).
@@ -210,9 +213,11 @@ int wdt_value(uint32_t slot, const std::string& value, bool power_on) {
     return 0;
 }
 
+}  // namespace vexctl_cmd_io
 }  // namespace
 
 void register_io_commands(CLI::App& app) {
+    using namespace vexctl_cmd_io;
     static IoOptions di;
     CLI::App* d = app.add_subcommand("di", "Read the inputs of a parallel-bus module");
     d->add_option("slot", di.slot, "Slot")->required();

@@ -18,6 +18,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_irq {
 
 using vex::tools::fail;
 using vex::tools::kExitFailed;
@@ -169,9 +172,11 @@ int watch(const WatchOptions& o) {
     return status;
 }
 
+}  // namespace vexctl_cmd_irq
 }  // namespace
 
 void register_irq_commands(CLI::App& app) {
+    using namespace vexctl_cmd_irq;
     CLI::App* irq = app.add_subcommand("irq", "Slot interrupts");
     irq->require_subcommand(1);
     static WatchOptions w;

@@ -9,6 +9,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_link {
 
 // Both adapters; under --json one object per line ({links: [{adapter,
 // interface, up}]}), so that --watch gives JSON Lines.
@@ -58,9 +61,11 @@ int run(bool watch, const std::string& changes_text) {
     return 0;
 }
 
+}  // namespace vexctl_cmd_link
 }  // namespace
 
 void register_link_commands(CLI::App& app) {
+    using namespace vexctl_cmd_link;
     static bool watch = false;
     static std::string changes;
     CLI::App* l = app.add_subcommand("link", "Link state of the Ethernet adapters LAN1 and LAN2");

@@ -20,6 +20,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_mem {
 
 using vex::tools::error_text;
 using vex::tools::parse_number;
@@ -185,9 +188,11 @@ struct Options {
     bool unprotect = false, progress = false, quiet = false;
 };
 
+}  // namespace vexctl_cmd_mem
 }  // namespace
 
 void register_mem_commands(CLI::App& app) {
+    using namespace vexctl_cmd_mem;
     static Options o;
     CLI::App* mem = app.add_subcommand(
         "mem", "Read and write the non-volatile memories: sram, eeprom, nvram\n"

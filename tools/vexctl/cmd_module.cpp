@@ -31,6 +31,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_module {
 
 using vex::tools::fail;
 using vex::tools::Json;
@@ -283,9 +286,11 @@ void run_wdt() {
     }
 }
 
+}  // namespace vexctl_cmd_module
 }  // namespace
 
 void register_module_commands(CLI::App& app) {
+    using namespace vexctl_cmd_module;
     CLI::App* m = app.add_subcommand("module", "Drive a serial module through the library's module families");
     m->add_option("PORT_CONFIG", g.config, "Port and settings, e.g. COM1:,9600,N,8,1 or COM0:")->required();
     m->add_option("ADDRESS", g.address, "0x1000 + bus address, a local slot, or 0x100000 + unit * 0x100 + slot")

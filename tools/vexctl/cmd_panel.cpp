@@ -8,6 +8,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_panel {
 
 using vex::tools::fail;
 
@@ -72,9 +75,11 @@ int backlight(const std::string& text, bool slope) {
     return 0;
 }
 
+}  // namespace vexctl_cmd_panel
 }  // namespace
 
 void register_panel_commands(CLI::App& app) {
+    using namespace vexctl_cmd_panel;
     static BeepOptions b;
     CLI::App* bp = app.add_subcommand("beep", "Beep COUNT times, MS on and MS off (COUNT 0: until --stop)");
     bp->add_option("count", b.count, "Number of beeps (default 1)");

@@ -20,6 +20,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_reg {
 
 const char* describe(uint32_t code) {
     switch (code) {
@@ -201,9 +204,11 @@ void run_rm(const std::string& path, bool key) {
     if (!vex_RegSave(p.c_str())) std::fprintf(stderr, "vexctl reg: warning: the change is not yet on storage\n");
 }
 
+}  // namespace vexctl_cmd_reg
 }  // namespace
 
 void register_reg_command(CLI::App& app) {
+    using namespace vexctl_cmd_reg;
     CLI::App* reg = app.add_subcommand("reg", "Read and change the controller's registry");
     reg->require_subcommand(1);
     reg->footer("PATH is ROOT\\key\\...\\name, e.g. 'HKEY_LOCAL_MACHINE\\VORLAN\\RunningMode'.\n");

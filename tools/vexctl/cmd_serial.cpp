@@ -20,6 +20,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_serial {
 
 using vex::tools::fail;
 
@@ -86,9 +89,11 @@ void run_ports() {
         std::printf("No COM ports: nothing mapped in HKEY_LOCAL_MACHINE\\VORLAN\\Ports.\n");
 }
 
+}  // namespace vexctl_cmd_serial
 }  // namespace
 
 void register_serial_commands(CLI::App& app) {
+    using namespace vexctl_cmd_serial;
     static SerialArgs args;
     CLI::App* serial = app.add_subcommand("serial", "Send one command to a serial module and print its answer");
     serial->add_option("PORT_CONFIG", args.config, "Port and settings, e.g. COM1:,9600,N,8,1 or COM0:")

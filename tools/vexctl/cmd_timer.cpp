@@ -20,6 +20,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_timer {
 
 using vex::tools::fail;
 using vex::tools::kExitFailed;
@@ -159,9 +162,11 @@ int show_hotplug() {
     return 0;
 }
 
+}  // namespace vexctl_cmd_timer
 }  // namespace
 
 void register_timer_commands(CLI::App& app) {
+    using namespace vexctl_cmd_timer;
     static TimerOptions t;
     CLI::App* timer = app.add_subcommand("timer", "Run a backplane timer and report its tick statistics");
     timer->add_option("timer", t.timer, "Timer 0, 1 or 2")->required();

@@ -23,6 +23,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_unified {
 
 using vex::tools::fail;
 using vex::tools::Json;
@@ -285,9 +288,11 @@ void add_common(CLI::App* c) {
               "command line.");
 }
 
+}  // namespace vexctl_cmd_unified
 }  // namespace
 
 void register_unified_commands(CLI::App& app) {
+    using namespace vexctl_cmd_unified;
     CLI::App* r = app.add_subcommand("read", "Read a module's I/O by address (any module kind)");
     add_common(r);
     r->add_option("CHANNEL", g.first, "Channel (ai, aihex, ao, cnt, dobit; an analog output for poweron/safe)");

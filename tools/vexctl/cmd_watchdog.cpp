@@ -10,6 +10,9 @@
 #include "vexsdk.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_cmd_watchdog {
 
 using vex::tools::fail;
 
@@ -98,9 +101,11 @@ int status(uint32_t type) {
     return 0;
 }
 
+}  // namespace vexctl_cmd_watchdog
 }  // namespace
 
 void register_watchdog_commands(CLI::App& app) {
+    using namespace vexctl_cmd_watchdog;
     static WatchdogOptions o;
     CLI::App* w = app.add_subcommand("watchdog", "The controller's system watchdogs (TYPE 0 backplane, 1 OS timer)");
     w->require_subcommand(1);

@@ -14,6 +14,9 @@
 #include "tools/vexctl/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_main {
 
 void detach() { vex::frame::library_detach(); }
 
@@ -29,9 +32,11 @@ void attach(const std::string& instance, bool given) {
     std::atexit(detach);
 }
 
+}  // namespace vexctl_main
 }  // namespace
 
 int main(int argc, char** argv) {
+    using namespace vexctl_main;
     CLI::App app{"vexctl - inspect and drive a controller (real or virtual)\n"
                  "Target: VEXSDK_TARGET=hw | sim | sim:<instance> (default: sim, the virtual controller\n"
                  "'default'); -i <instance> overrides it."};

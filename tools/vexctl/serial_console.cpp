@@ -10,6 +10,9 @@
 using vex::tools::fail;
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexctl_serial_console {
 
 uint64_t g_trace_start = 0;
 
@@ -26,9 +29,11 @@ void print_trace(uint32_t, vex::serial::TraceDirection direction, const uint8_t*
                  hex.c_str(), printable(data, size).c_str());
 }
 
+}  // namespace vexctl_serial_console
 }  // namespace
 
 void add_line_options(CLI::App& command, LineOptions& options) {
+    using namespace vexctl_serial_console;
     command.add_flag("--checksum", options.checksum, "Append and check the two-digit checksum");
     command.add_option("--terminator", options.terminator, "Line terminator, with escapes \\r \\n \\t \\\\ \\xHH")
         ->capture_default_str();
@@ -37,6 +42,7 @@ void add_line_options(CLI::App& command, LineOptions& options) {
 }
 
 VEX_PORT open_line(const std::string& config, const LineOptions& o) {
+    using namespace vexctl_serial_console;
     const std::string terminator = unescape(o.terminator);
     if (terminator.size() > 255) fail(2, "--terminator is longer than 255 characters");
     if (o.timeout < -1 || o.timeout > 0xFFFFFFFFLL) fail(2, "--timeout must be 0 to 4294967295 ms");
@@ -55,6 +61,7 @@ VEX_PORT open_line(const std::string& config, const LineOptions& o) {
 }
 
 std::string unescape(const std::string& text) {
+    using namespace vexctl_serial_console;
     std::string out;
     for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '\\') {
@@ -84,6 +91,7 @@ std::string unescape(const std::string& text) {
 }
 
 std::string printable(const uint8_t* data, size_t size) {
+    using namespace vexctl_serial_console;
     std::string out;
     for (size_t i = 0; i < size; ++i) {
         const uint8_t c = data[i];
@@ -101,6 +109,7 @@ std::string printable(const uint8_t* data, size_t size) {
 }
 
 std::string printable(const char* text) {
+    using namespace vexctl_serial_console;
     size_t n = 0;
     while (text[n]) ++n;
     return printable(reinterpret_cast<const uint8_t*>(text), n);

@@ -8,6 +8,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_chips {
 
 namespace far = vex::sim::far;
 using far::Chip;
@@ -90,9 +93,11 @@ void json_chip(vex::tools::Json& j, vex::sim::Instance& inst, Chip chip, const c
     j.close().close();
 }
 
+}  // namespace vexsim_cmd_chips
 }  // namespace
 
 void register_chip_commands(CLI::App& app) {
+    using namespace vexsim_cmd_chips;
     static InstanceOption inst;
     static unsigned tail = 8;
     CLI::App* chips = app.add_subcommand("chips", "Show the memory chips: sizes, faults, latest transactions");

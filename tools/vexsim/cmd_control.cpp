@@ -8,6 +8,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_control {
 
 struct PlugOptions {
     std::string id = "0";
@@ -43,9 +46,11 @@ SlotFacts slot_facts(vex::sim::Instance& i, unsigned slot) {
 constexpr int kEmpty = static_cast<int>(vex::sim::ModuleKind::Empty);
 constexpr int kParallel = static_cast<int>(vex::sim::ModuleKind::Parallel);
 
+}  // namespace vexsim_cmd_control
 }  // namespace
 
 void register_control_commands(CLI::App& app) {
+    using namespace vexsim_cmd_control;
     static InstanceOption inst;
     CLI::App* set = app.add_subcommand("set", "Set switches and inputs");
     set->require_subcommand(1);

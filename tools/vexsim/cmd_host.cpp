@@ -20,6 +20,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_host {
 
 void notify(int fd, char what) {
     if (fd < 0) return;
@@ -97,9 +100,11 @@ int host(const std::string& name, int notify_fd) {
     return 0;
 }
 
+}  // namespace vexsim_cmd_host
 }  // namespace
 
 void register_host_command(CLI::App& app) {
+    using namespace vexsim_cmd_host;
     static InstanceOption inst;
     static int notify_fd = -1;
     CLI::App* h = app.add_subcommand("host", "Host an instance for as long as programs use it (started by the library)");

@@ -8,6 +8,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_irq {
 
 using vex::sim::models::Pulse;
 
@@ -51,9 +54,11 @@ int raise(const std::string& name, const IrqOptions& o) {
     });
 }
 
+}  // namespace vexsim_cmd_irq
 }  // namespace
 
 void show_interrupts(const vex::sim::State& s, uint64_t now) {
+    using namespace vexsim_cmd_irq;
     const vex::sim::IrqState& q = s.irq;
     std::printf("  slot interrupts: enabled rising 0x%02X level 0x%02X falling 0x%02X, gate 0x%02X\n", q.enable[0],
                 q.enable[1], q.enable[2], q.gate);
@@ -85,6 +90,7 @@ void show_interrupts(const vex::sim::State& s, uint64_t now) {
 }
 
 void register_irq_commands(CLI::App& app) {
+    using namespace vexsim_cmd_irq;
     static InstanceOption inst;
     static IrqOptions o;
     CLI::App* irq = app.add_subcommand("irq", "Pulse a slot's interrupt line, as its module would");

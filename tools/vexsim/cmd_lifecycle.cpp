@@ -11,6 +11,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_lifecycle {
 
 volatile sig_atomic_t g_stop = 0;
 void on_signal(int) { g_stop = 1; }
@@ -54,9 +57,11 @@ int serve(const std::string& name, const std::string& description_file) {
     return 0;
 }
 
+}  // namespace vexsim_cmd_lifecycle
 }  // namespace
 
 void register_lifecycle_commands(CLI::App& app) {
+    using namespace vexsim_cmd_lifecycle;
     static InstanceOption inst;
     static std::string description;
     CLI::App* s = app.add_subcommand("serve", "Host an instance until interrupted");

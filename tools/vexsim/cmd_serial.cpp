@@ -11,6 +11,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_serial {
 
 namespace serial = vex::sim::serial;
 
@@ -46,9 +49,11 @@ float parse_float_or_exit(const std::string& text, const char* what) {
     return v;
 }
 
+}  // namespace vexsim_cmd_serial
 }  // namespace
 
 void register_serial_commands(CLI::App& app) {
+    using namespace vexsim_cmd_serial;
     static InstanceOption inst;
     CLI::App* set = app.get_subcommand("set");
 

@@ -15,6 +15,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_services {
 
 using vex::tools::fail;
 namespace sim = vex::sim;
@@ -90,9 +93,11 @@ std::string interface_of(const std::string& instance, const std::string& name) {
     return vex::services::adapter_interface(store, name == "LAN1" ? 1 : 2);
 }
 
+}  // namespace vexsim_cmd_services
 }  // namespace
 
 void show_services(vex::sim::State& s, uint64_t now) {
+    using namespace vexsim_cmd_services;
     show_watchdogs(s, now);
     show_panel(s);
     show_card(s);
@@ -100,6 +105,7 @@ void show_services(vex::sim::State& s, uint64_t now) {
 }
 
 bool describe_service_event(const vex::sim::TraceEntry& e, char* buf, size_t size) {
+    using namespace vexsim_cmd_services;
     switch (e.kind) {
     case sim::kTraceBuzzer:
         if (e.offset)
@@ -125,6 +131,7 @@ bool describe_service_event(const vex::sim::TraceEntry& e, char* buf, size_t siz
 }
 
 void register_service_commands(CLI::App& app) {
+    using namespace vexsim_cmd_services;
     static InstanceOption inst;
     static vex::sim::CardPartitionDescription part;
     CLI::App* c = app.add_subcommand("card", "Insert or remove the storage card");

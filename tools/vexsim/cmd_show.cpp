@@ -15,6 +15,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_show {
 
 const char* source_name(uint8_t code) {
     switch (code) {
@@ -149,9 +152,11 @@ int show(const std::string& name) {
     return 0;
 }
 
+}  // namespace vexsim_cmd_show
 }  // namespace
 
 void register_show_commands(CLI::App& app) {
+    using namespace vexsim_cmd_show;
     static InstanceOption inst;
     CLI::App* s = app.add_subcommand("show", "Show the instance's state");
     s->footer("With --json: {instance, host_pid, hardware_id, cpu_id, backplane_version, slot_count, dip_switch,\n"

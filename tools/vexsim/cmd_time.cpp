@@ -8,6 +8,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_time {
 
 // A day is more than any watchdog or timer of the controller counts.
 constexpr double kMaxSeconds = 86400.0;
@@ -28,9 +31,11 @@ int advance(const std::string& name, const std::string& text) {
     return 0;
 }
 
+}  // namespace vexsim_cmd_time
 }  // namespace
 
 void register_time_commands(CLI::App& app) {
+    using namespace vexsim_cmd_time;
     static InstanceOption inst;
     static std::string seconds;
     CLI::App* a = app.add_subcommand("advance", "Let time pass at once (module watchdogs, timers)");

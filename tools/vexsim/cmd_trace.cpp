@@ -16,6 +16,9 @@
 #include "tools/vexsim/trace_names.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_cmd_trace {
 
 volatile sig_atomic_t g_stop = 0;
 void on_signal(int) { g_stop = 1; }
@@ -133,9 +136,11 @@ int trace(const std::string& name, unsigned last, bool follow) {
     return 0;
 }
 
+}  // namespace vexsim_cmd_trace
 }  // namespace
 
 void register_trace_command(CLI::App& app) {
+    using namespace vexsim_cmd_trace;
     static InstanceOption inst;
     static unsigned last = 32;
     static bool follow = false;

@@ -13,6 +13,9 @@
 #include "tools/vexsim/commands.h"
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_show_json_sections {
 
 namespace sim = vex::sim;
 using vex::tools::Json;
@@ -155,9 +158,11 @@ bool on_port(const sim::SerialModuleState& m, int port, sim::SerialSite site) {
     return m.site == static_cast<uint8_t>(site) && m.port == port;
 }
 
+}  // namespace vexsim_show_json_sections
 }  // namespace
 
-void show_json_services(Json& j, const sim::State& s, uint64_t now) {
+void show_json_services(vex::tools::Json& j, const vex::sim::State& s, uint64_t now) {
+    using namespace vexsim_show_json_sections;
     j.key("services").open_object();
     watchdogs(j, s, now);
     panel(j, s);
@@ -166,7 +171,8 @@ void show_json_services(Json& j, const sim::State& s, uint64_t now) {
     j.close();
 }
 
-void show_json_interrupts(Json& j, const sim::State& s, uint64_t now) {
+void show_json_interrupts(vex::tools::Json& j, const vex::sim::State& s, uint64_t now) {
+    using namespace vexsim_show_json_sections;
     const sim::IrqState& q = s.irq;
     j.key("interrupts").open_object();
     per_trigger(j, "enabled", q.enable);
@@ -204,7 +210,8 @@ void show_json_interrupts(Json& j, const sim::State& s, uint64_t now) {
     j.close().close();
 }
 
-void show_json_serial(Json& j, const sim::State& s) {
+void show_json_serial(vex::tools::Json& j, const vex::sim::State& s) {
+    using namespace vexsim_show_json_sections;
     const sim::SerialBusState& b = s.serial;
     j.key("serial").open_array();
     for (int p = 0; p < sim::kSerialBusPorts; ++p) {

@@ -3,6 +3,9 @@
 #include <cstdio>
 
 namespace {
+// Named apart from the other commands' helpers: the commands compile
+// together in larger units (see CMakeLists.txt).
+namespace vexsim_trace_names {
 
 // The write side of a parallel-bus module's registers (the read side of
 // the same offsets is other registers).
@@ -41,9 +44,11 @@ std::string hex(uint32_t v, int digits) {
     return buf;
 }
 
+}  // namespace vexsim_trace_names
 }  // namespace
 
 std::string register_name(const vex::sim::State& s, uint32_t offset) {
+    using namespace vexsim_trace_names;
     if (offset >= 0x1000 && offset < 0x9000) {
         const uint32_t slot = offset / 0x1000 - 1;
         const uint32_t reg = offset & 0xFFF;
