@@ -8,6 +8,7 @@
 #include <mutex>
 #include <vector>
 
+#include "platform/edit_distance.h"
 #include "platform/system.h"
 
 namespace vex::plat {
@@ -46,21 +47,6 @@ std::string lower(const std::string& text) {
     return out;
 }
 
-// Edit distance between two short texts (both bounded by the caller).
-size_t distance(const std::string& a, const std::string& b) {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t up = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = up;
-        }
-    }
-    return row[b.size()];
-}
 
 // The documented value a mistyped target most likely meant, or "" when
 // none is close. Case is forgiven here, never when parsing.
@@ -70,7 +56,7 @@ std::string closest_value(const std::string& text) {
     const char* best = "";
     size_t best_distance = 3;  // at most two edits away
     for (const char* value : {"hw", "sim"}) {
-        const size_t d = distance(word, value);
+        const size_t d = edit_distance(word, value);
         if (d < best_distance) {
             best = value;
             best_distance = d;

@@ -5,24 +5,11 @@
 #include <vector>
 
 #include "frame/catalogue.h"
+#include "platform/edit_distance.h"
 
 namespace vex::sim {
 namespace {
 
-size_t edit_distance(const std::string& a, const std::string& b) {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t up = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
-            diagonal = up;
-        }
-    }
-    return row[b.size()];
-}
 
 // The capability register a virtual module shows without a raw value.
 uint8_t default_capability(const SlotDescription& s) {
@@ -95,7 +82,7 @@ std::string close_module_names(const std::string& name) {
         }
         return out;
     };
-    std::string close = list([&](const std::string& n) { return edit_distance(n, name) <= 2; });
+    std::string close = list([&](const std::string& n) { return plat::edit_distance(n, name) <= 2; });
     if (close.empty()) close = list([&](const std::string& n) { return n.compare(0, 3, name, 0, 3) == 0; });
     if (close.empty()) close = list([](const std::string&) { return true; });
     return close;

@@ -1,6 +1,7 @@
 #include "tools/common/cli.h"
 
 #include <cerrno>
+#include <cstdarg>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -125,6 +126,15 @@ std::string error_text(uint32_t code) {
     char head[32];
     std::snprintf(head, sizeof head, "error 0x%X", code);
     return std::string(head) + ": " + (message.empty() ? "(no message)" : message);
+}
+
+std::string format(const char* pattern, ...) {
+    char buf[128];
+    va_list args;
+    va_start(args, pattern);
+    std::vsnprintf(buf, sizeof buf, pattern, args);
+    va_end(args);
+    return buf;
 }
 
 }  // namespace vex::tools

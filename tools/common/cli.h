@@ -48,4 +48,7 @@ std::string escape_text(const std::string& text);
 // "error 0x14002: Uart read timeout"
 std::string error_text(uint32_t code);
 
+// printf into a string, cut at 127 characters (short value texts).
+std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+
 }  // namespace vex::tools

@@ -84,15 +84,7 @@ void check(bool ok, const char* what) {
     if (!ok) failed(what);
 }
 
-std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char* pattern, ...) {
-    char buf[128];
-    va_list args;
-    va_start(args, pattern);
-    std::vsnprintf(buf, sizeof buf, pattern, args);
-    va_end(args);
-    return buf;
-}
+using vex::tools::format;
 
 // Prints the result: `text` for people, or one JSON object of the port,
 // the address, the action and what `fill` adds.

@@ -104,15 +104,7 @@ VEX_PORT port_for(const Where& w) {
     return open_line(w.port, g.line);
 }
 
-std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char* pattern, ...) {
-    char buf[128];
-    va_list args;
-    va_start(args, pattern);
-    std::vsnprintf(buf, sizeof buf, pattern, args);
-    va_end(args);
-    return buf;
-}
+using vex::tools::format;
 
 // Prints the result: `text` for people, or one JSON object holding where
 // the call went and the fields `fill` adds.
