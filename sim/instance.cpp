@@ -61,31 +61,34 @@ void copy_text(char* dst, size_t size, const std::string& src) {
     std::memcpy(dst, src.data(), std::min(size - 1, src.size()));
 }
 
-// Writes the description's registry values into the instance's registry,
-// skipping those it already holds: a program that powers up its own
-// virtual controller then runs no SQLite code for them (the check is
-// answered from the registry's snapshot file while the database is
-// unchanged; see platform/linux/registry_snapshot.cpp). Runs after
-// power_up(), which wrote the new generation.
-bool write_registry_presets(const std::string& dir, const Description& d) {
-    using plat::registry::Root;
-    using plat::registry::Value;
+}  // namespace
+
+bool keep_registry_value(const std::string& dir, plat::registry::Root root, const std::wstring& key,
+                         const std::wstring& name, const plat::registry::Value& want) {
     const std::string db = dir + "/registry.db";
     std::string generation;
     {
         std::ifstream in(dir + "/generation");
         std::getline(in, generation);
     }
-    auto put = [&](Root root, const std::wstring& key, const std::wstring& name, const Value& want) {
-        Value v;
-        const bool dword = want.type == plat::registry::kTypeDword;
-        if (plat::registry::get_value_at_load(db, generation, root, key, name, v) == 0 && v.type == want.type &&
-            (dword ? v.number == want.number : v.text == want.text))
-            return true;
-        return (dword ? plat::registry::preset_dword(db, root, key, name, want.number)
-                      : plat::registry::preset_string(db, root, key, name, want.text)) == 0;
-    };
-    bool ok = put(Root::LocalMachine, L"HARDWARE\\MODULETYPE", L"HWID", Value::string(plat::from_utf8(d.hardware_id)));
+    plat::registry::Value v;
+    const bool dword = want.type == plat::registry::kTypeDword;
+    if (plat::registry::get_value_at_load(db, generation, root, key, name, v) == 0 && v.type == want.type &&
+        (dword ? v.number == want.number : v.text == want.text))
+        return true;
+    return (dword ? plat::registry::preset_dword(db, root, key, name, want.number)
+                  : plat::registry::preset_string(db, root, key, name, want.text)) == 0;
+}
+
+namespace {
+
+// Writes the description's registry values into the instance's registry,
+// skipping those it already holds (keep_registry_value). Runs after
+// power_up(), which wrote the new generation.
+bool write_registry_presets(const std::string& dir, const Description& d) {
+    using plat::registry::Root;
+    using plat::registry::Value;
+    bool ok = keep_registry_value(dir, Root::LocalMachine, L"HARDWARE\\MODULETYPE", L"HWID", Value::string(plat::from_utf8(d.hardware_id)));
     for (const RegistryPreset& p : d.registry) {
         // Presets name full paths; split off the root and the value name.
         static const std::pair<const wchar_t*, Root> roots[] = {
@@ -98,7 +101,7 @@ bool write_registry_presets(const std::string& dir, const Description& d) {
             const size_t cut = rest.rfind(L'\\');
             const std::wstring key = cut == std::wstring::npos ? L"" : rest.substr(0, cut);
             const std::wstring value = cut == std::wstring::npos ? rest : rest.substr(cut + 1);
-            ok &= put(root, key, value, p.is_number ? Value::dword(p.number) : Value::string(p.text));
+            ok &= keep_registry_value(dir, root, key, value, p.is_number ? Value::dword(p.number) : Value::string(p.text));
         }
     }
     return ok;

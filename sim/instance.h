@@ -7,11 +7,21 @@
 #include <string>
 
 #include "platform/peripherals.h"
+#include "platform/registry_store.h"
 #include "platform/shared_section.h"
 #include "sim/description.h"
 #include "sim/state.h"
 
 namespace vex::sim {
+
+// Sets a value in the registry of the instance whose folder is `dir`, unless
+// it already holds exactly that value. The check is answered from the
+// registry's snapshot file while the database is unchanged
+// (platform/linux/registry_snapshot.cpp), so a value that stays the same
+// from one power-up or host to the next costs neither a write (which would
+// void the snapshot for every program's next load) nor any SQLite code.
+bool keep_registry_value(const std::string& dir, plat::registry::Root root, const std::wstring& key,
+                         const std::wstring& name, const plat::registry::Value& want);
 
 // Sends the interrupt wake-ups that models queued on this thread while the
 // state was locked (sim/interrupt_lines.h); run after every unlock.

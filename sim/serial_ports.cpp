@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/eventfd.h>
 #include <termios.h>
 #include <unistd.h>
@@ -219,7 +220,7 @@ public:
 
 private:
     explicit SerialPortsService(Instance& instance)
-        : instance_(instance), registry_(plat::instance_dir(instance.name()) + "/registry.db") {}
+        : instance_(instance), dir_(plat::instance_dir(instance.name())) {}
 
     bool run(std::string* error) {
         // The internal port first, then the bus ports of the description. The
@@ -263,8 +264,15 @@ private:
         return true;
     }
 
-    // Makes the ports known: modem state in the shared state, device paths
-    // in the registry.
+    // Where a port's users find it: a link in the instance's folder that
+    // the host points at its pseudo-terminal. The registry names the link,
+    // not the device, so the registry does not change from one host to the
+    // next (a write there would make every program's next load read the
+    // database again instead of its snapshot).
+    std::string link_path(const Port& p) const { return dir_ + "/ports/" + plat::to_utf8(value_name(p.name)); }
+
+    // Makes the ports known: modem state in the shared state, the links to
+    // the devices, and the links' paths in the registry.
     void publish() {
         instance_.with_lock([&](State& s) {
             for (size_t i = 0; i < ports_.size(); ++i) {
@@ -276,15 +284,26 @@ private:
             }
             return 0;
         });
-        plat::registry::Store store(registry_, std::string());
+        ::mkdir((dir_ + "/ports").c_str(), 0755);
         for (const auto& p : ports_) {
-            store.set_value(plat::registry::Root::LocalMachine, kPortsKey, value_name(p->name),
-                            plat::registry::Value::string(plat::from_utf8(p->device)));
+            // A new link replaces the old one in one step, so a user never
+            // finds the name missing.
+            const std::string link = link_path(*p);
+            const std::string temp = link + "." + std::to_string(::getpid());
+            ::unlink(temp.c_str());
+            if (::symlink(p->device.c_str(), temp.c_str()) != 0 || ::rename(temp.c_str(), link.c_str()) != 0) {
+                ::unlink(temp.c_str());
+                continue;
+            }
+            keep_registry_value(dir_, plat::registry::Root::LocalMachine, kPortsKey, value_name(p->name),
+                                plat::registry::Value::string(plat::from_utf8(link)));
         }
     }
 
-    // Takes back what publish() announced; a mapping that someone changed
-    // since stays as they left it.
+    // Takes back what publish() announced: the modem state and the links
+    // (a link that another host has pointed elsewhere since stays). The
+    // registry keeps naming the links: opening a port whose link is gone
+    // fails as a port with no device does.
     void unpublish() {
         instance_.with_lock([&](State& s) {
             for (const auto& p : ports_) {
@@ -293,13 +312,11 @@ private:
             }
             return 0;
         });
-        plat::registry::Store store(registry_, std::string());
         for (const auto& p : ports_) {
-            plat::registry::Value v;
-            const auto root = plat::registry::Root::LocalMachine;
-            if (store.get_value(root, kPortsKey, value_name(p->name), v) == 0 &&
-                v.text == plat::from_utf8(p->device))
-                store.delete_value(root, kPortsKey, value_name(p->name));
+            const std::string link = link_path(*p);
+            char target[PATH_MAX];
+            const ssize_t n = ::readlink(link.c_str(), target, sizeof target - 1);
+            if (n > 0 && p->device == std::string(target, static_cast<size_t>(n))) ::unlink(link.c_str());
         }
         ports_.clear();
     }
@@ -341,7 +358,7 @@ private:
     }
 
     Instance& instance_;
-    std::string registry_;
+    std::string dir_;
     std::vector<std::unique_ptr<Port>> ports_;
     int wake_ = -1;
     std::thread worker_;

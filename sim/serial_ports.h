@@ -2,9 +2,10 @@
 // "COM0:" and the external bus ports of the description.
 //
 // The host creates each port as a pseudo-terminal, keeps the master side and
-// publishes the slave's path in the registry under
-// HKEY_LOCAL_MACHINE\VORLAN\Ports (value "COM1" for "COM1:"), where the
-// library looks COM names up. Whatever the port's user writes arrives at the
+// points a link in the instance's folder ("ports/COM1" for "COM1:") at the
+// slave. The registry names that link under HKEY_LOCAL_MACHINE\VORLAN\Ports
+// (value "COM1"), where the library looks COM names up; the name stays the
+// same from one host to the next, and while no host runs the link is gone. Whatever the port's user writes arrives at the
 // master; a listener attached there (a serial module emulator) may answer.
 // Without a listener the bytes are dropped, like a line with nothing on it.
 //

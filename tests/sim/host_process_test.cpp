@@ -4,6 +4,7 @@
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -61,6 +62,19 @@ protected:
         std::filesystem::remove_all(dir_, ec);
     }
     int host() const { return sim::Host::host_pid(name_); }
+    // Size and modification time of the registry database and its log
+    // (an empty log holds nothing).
+    std::string registry_files() const {
+        std::string state;
+        for (const char* suffix : {"", "-wal"}) {
+            struct stat st {};
+            const std::string path = plat::instance_dir(name_) + "/registry.db" + suffix;
+            if (::stat(path.c_str(), &st) == 0 && st.st_size > 0)
+                state += std::to_string(st.st_size) + "@" + std::to_string(st.st_mtim.tv_sec) + "." +
+                         std::to_string(st.st_mtim.tv_nsec) + " ";
+        }
+        return state;
+    }
 
     std::string name_;
     std::string dir_;
@@ -96,9 +110,15 @@ TEST_F(HostProcess, AProgramThatDiesLeavesNoHostBehind) {
     ASSERT_TRUE(a.ready());
     const int h = host();
     ASSERT_GT(h, 0);
+    // (Looking the port up brings the registry into the controller's
+    // power-up generation: a write, once per power-up.)
+    ASSERT_EQ(a.command("open COM1:,115200,N,8,1"), "opened");
     a.kill();
     EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000)) << "the host sees that nobody uses the instance";
     EXPECT_FALSE(alive(h));
+    const std::string link = plat::instance_dir(name_) + "/ports/COM1";
+    struct stat st {};
+    EXPECT_NE(::lstat(link.c_str(), &st), 0) << "no host, no port";
 
     // The next program starts a new host, on new pseudo-terminals.
     Peer b;
@@ -107,6 +127,18 @@ TEST_F(HostProcess, AProgramThatDiesLeavesNoHostBehind) {
     EXPECT_NE(host(), h);
     ASSERT_EQ(b.command("open COM1:,115200,N,8,1"), "opened");
     EXPECT_EQ(b.command("ask $02M"), "!024216");
+    EXPECT_EQ(b.quit(), 0);
+
+    // And the one after it under the same names, so the registry is not
+    // written (a write would make every program's next load read the
+    // database instead of its snapshot).
+    const std::string registry = registry_files();
+    Peer c;
+    ASSERT_TRUE(c.ready());
+    ASSERT_EQ(c.command("open COM1:,115200,N,8,1"), "opened");
+    EXPECT_EQ(c.command("ask $02M"), "!024216");
+    EXPECT_EQ(c.quit(), 0);
+    EXPECT_EQ(registry_files(), registry);
 }
 
 TEST_F(HostProcess, ProgramsStartingTogetherShareOneHost) {

@@ -6,6 +6,8 @@
 //       --trace prints every byte sent and received, with its time
 //   vexctl ports
 //       lists the COM names and the devices they stand for
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -74,14 +76,18 @@ void run_ports() {
             if (p.device.empty())
                 j.key("device").null();
             else
-                j.field("device", p.device);
+                j.field("device", p.device).field("present", ::access(p.device.c_str(), F_OK) == 0);
             j.close();
         }
         j.close().field("unmapped_open_ttyS", hardware).close().print();
         return;
     }
-    for (const Port& p : ports)
-        std::printf("%-8s %s\n", p.name.c_str(), p.device.empty() ? "(not a device path)" : p.device.c_str());
+    for (const Port& p : ports) {
+        // A virtual controller's ports are links that exist while its host runs.
+        const bool present = !p.device.empty() && ::access(p.device.c_str(), F_OK) == 0;
+        std::printf("%-8s %s%s\n", p.name.c_str(), p.device.empty() ? "(not a device path)" : p.device.c_str(),
+                    p.device.empty() || present ? "" : "  (not present now)");
+    }
     if (hardware)
         std::printf("%sOther COMn: open /dev/ttySn unless mapped in HKEY_LOCAL_MACHINE\\VORLAN\\Ports.\n",
                     ports.empty() ? "" : "\n");
@@ -105,7 +111,7 @@ void register_serial_commands(CLI::App& app) {
     serial->callback([] { run_serial(args); });
 
     CLI::App* ports = app.add_subcommand("ports", "List the COM ports and their devices");
-    ports->footer("With --json: {ports: [{name, device (null: not a device path)}], unmapped_open_ttyS (true on\n"
-                  "hardware: other COMn: open /dev/ttySn)}.");
+    ports->footer("With --json: {ports: [{name, device (null: not a device path), present (the device exists now)}],\n"
+                  "unmapped_open_ttyS (true on hardware: other COMn: open /dev/ttySn)}.");
     ports->callback([] { run_ports(); });
 }
