@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 
@@ -197,9 +198,21 @@ TEST_F(SimLink, ForkedChildMonitorsOnItsOwnAndLeavesTheParentsAlone) {
 
 TEST(HwLink, AtRestTheLibraryHoldsOneThread) {
     std::thread([] {}).join();  // a sanitizer's helper thread, if any, starts now
+    // The count once it has held for 20 ms: a joined thread may leave its
+    // task entry a moment later (under qemu-arm, noticeably so).
     auto threads = [] {
-        int n = 0;
-        for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator("/proc/self/task")) ++n;
+        auto count = [] {
+            int n = 0;
+            for ([[maybe_unused]] const auto& e : std::filesystem::directory_iterator("/proc/self/task")) ++n;
+            return n;
+        };
+        int n = count();
+        for (int i = 0; i < 50; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            const int again = count();
+            if (again == n) break;
+            n = again;
+        }
         return n;
     };
     const int before = threads();
