@@ -92,6 +92,12 @@ int Host::host_pid(const std::string& instance) {
     return pid;
 }
 
+int Host::host_pid(const std::string& instance, std::string& mode) {
+    int pid = 0;
+    if (read_host_lock(instance, pid, mode) && mode.empty()) mode = "?";
+    return pid;
+}
+
 std::string Host::host_mode(const std::string& instance) {
     int pid = 0;
     std::string mode;

@@ -40,6 +40,8 @@ public:
     static int host_pid(const std::string& instance);
     // The mode of the current host ("" when nobody hosts it).
     static std::string host_mode(const std::string& instance);
+    // Both at one look (a host may stop between two).
+    static int host_pid(const std::string& instance, std::string& mode);
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;

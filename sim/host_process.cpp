@@ -206,11 +206,12 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
 bool wait_until_unhosted(const std::string& instance, int timeout_ms) {
     const plat::Deadline deadline = plat::Deadline::in_ms(static_cast<uint32_t>(std::max(timeout_ms, 0)));
     for (;;) {
-        const int pid = Host::host_pid(instance);
+        std::string mode;
+        const int pid = Host::host_pid(instance, mode);
         if (pid == 0) return true;
         // An automatic host lets go of the host lock just before it ends;
         // wait for the end itself, so that nothing of it runs afterwards.
-        const bool automatic = Host::host_mode(instance) == "auto";
+        const bool automatic = mode == "auto";
         const int pidfd = pid > 0 ? open_pid(pid) : -1;
         while (Host::host_pid(instance) == pid && !deadline.expired())
             if (process_ended(pidfd, pid, std::min(deadline.wait_ms(), 50))) break;
