@@ -70,7 +70,7 @@ void release() {
     if (g_attached) frame::library_detach();
     g_attached = false;
     // The hardware target's shared objects have no instance name.
-    if (plat::target().hardware) plat::remove_shared_objects("/vexsdk.hw.");
+    if (plat::target().hardware) plat::remove_shared_objects(plat::hw_object_prefix());
     if (!g_instance.empty()) sim::Instance::destroy(g_instance);
     g_instance.clear();
     if (!g_dir.empty()) {

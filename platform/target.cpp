@@ -169,9 +169,19 @@ std::string sim_object_prefix(const std::string& instance) {
     return "/vexsdk." + std::to_string(::getuid()) + ".sim." + instance + ".";
 }
 
+std::string hw_object_prefix() {
+    const std::string file = env("VEXSDK_PHYSMEM");
+    if (file.empty()) return "/vexsdk.hw.";
+    uint32_t hash = 2166136261u;  // FNV-1a of the path as given
+    for (const char c : file) hash = (hash ^ static_cast<uint8_t>(c)) * 16777619u;
+    char tag[16];
+    std::snprintf(tag, sizeof tag, "%08x", hash);
+    return "/vexsdk.hw." + std::string(tag) + ".";
+}
+
 std::string shared_object_name(const std::string& what) {
     const Target& t = target();
-    if (t.hardware) return "/vexsdk.hw." + what;
+    if (t.hardware) return hw_object_prefix() + what;
     if (t.none()) return "/vexsdk." + std::to_string(::getuid()) + ".none." + what;
     return sim_object_prefix(t.instance) + what;
 }

@@ -52,8 +52,16 @@ std::string instance_dir(const std::string& instance);
 std::string registry_path();
 
 // Name of a POSIX shared-memory object for this target, e.g. "SHARED" ->
-// "/vexsdk.hw.SHARED" or "/vexsdk.<uid>.sim.<instance>.SHARED".
+// "/vexsdk.hw.SHARED" (see hw_object_prefix) or
+// "/vexsdk.<uid>.sim.<instance>.SHARED".
 std::string shared_object_name(const std::string& what);
+
+// Prefix of the hardware target's shared-memory objects: "/vexsdk.hw.", or
+// with a file standing in for physical memory (VEXSDK_PHYSMEM), one of that
+// file's own ("/vexsdk.hw.<hash of the path as given>."): each such file is a
+// controller of its own, so programs on different files never share
+// registration masks or output shadows.
+std::string hw_object_prefix();
 
 // Prefix of every shared-memory object of one virtual controller instance:
 // "/vexsdk.<uid>.sim.<instance>." (uid keeps users' instances apart).

@@ -44,7 +44,7 @@ protected:
     void TearDown() override {
         vex::frame::library_detach();
         // The hardware target's shared sections have no instance name.
-        vex::plat::remove_shared_objects("/vexsdk.hw.");
+        vex::plat::remove_shared_objects(vex::plat::hw_object_prefix());
         ::close(fd_);
         std::filesystem::remove_all(dir_);
         ::unsetenv("VEXSDK_PHYSMEM");
@@ -93,6 +93,7 @@ TEST_F(HwPath, ModelCodeComesFromTheStoreAtLoad) {
 
 TEST_F(HwPath, MissingPhysicalMemoryLeavesAFloatingBus) {
     vex::frame::library_detach();
+    vex::plat::remove_shared_objects(vex::plat::hw_object_prefix());  // another file, other objects
     ::setenv("VEXSDK_PHYSMEM", (dir_ + "/absent").c_str(), 1);
     vex::frame::library_attach();
     EXPECT_EQ(_vex_inp(0x9000), 0xFFu);

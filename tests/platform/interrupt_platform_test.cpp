@@ -115,7 +115,7 @@ protected:
     }
     void TearDown() override {
         frame::library_detach();
-        plat::remove_shared_objects("/vexsdk.hw.");
+        plat::remove_shared_objects(plat::hw_object_prefix());
         ::close(fd_);
         std::filesystem::remove_all(dir_);
         for (const char* v : {"VEXSDK_PHYSMEM", "VEXSDK_REGISTRY", "VEXSDK_UIO"}) ::unsetenv(v);

@@ -64,7 +64,7 @@ void PhysMemFile::detach_library() {
     frame::library_detach();
     attached_ = false;
     // The hardware target's shared objects carry no instance name.
-    plat::remove_shared_objects("/vexsdk.hw.");
+    plat::remove_shared_objects(plat::hw_object_prefix());
     ::unsetenv("VEXSDK_PHYSMEM");
     ::unsetenv("VEXSDK_REGISTRY");
 }
