@@ -115,6 +115,9 @@ TEST_F(HostProcess, AProgramThatDiesLeavesNoHostBehind) {
     ASSERT_EQ(a.command("open COM1:,115200,N,8,1"), "opened");
     a.kill();
     EXPECT_TRUE(sim::wait_until_unhosted(name_, 10000)) << "the host sees that nobody uses the instance";
+    // It lets go of the instance just before it ends; a watcher that looks
+    // only then has no pid to wait for, so wait here.
+    for (int i = 0; i < 1000 && alive(h); ++i) ::usleep(10000);
     EXPECT_FALSE(alive(h));
     const std::string link = plat::instance_dir(name_) + "/ports/COM1";
     struct stat st {};
