@@ -223,23 +223,20 @@ private:
         : instance_(instance), dir_(plat::instance_dir(instance.name())) {}
 
     bool run(std::string* error) {
-        // The internal port first, then the bus ports of the description. The
-        // backplane's internal port has no modem wiring unless the
-        // description lists it with some.
-        std::vector<std::pair<std::string, bool>> wanted{{"COM0:", false}};
-        std::string why;
-        if (auto d = instance_.description(&why)) {
-            for (const PortDescription& pd : d->ports) {
-                bool known = false;
-                for (auto& [name, loopback] : wanted) {
-                    if (name == pd.name) {
-                        loopback = pd.modem_loopback;
-                        known = true;
-                    }
-                }
-                if (!known) wanted.emplace_back(pd.name, pd.modem_loopback);
+        // The ports the controller was powered up with: the internal port
+        // first, then the described bus ports, each with its modem wiring
+        // (the internal port has none unless the description gives it
+        // some). Read from the shared state, not the description file: the
+        // file may have changed since, and parsing it is a good part of
+        // what a program hosting its own controller keeps resident.
+        std::vector<std::pair<std::string, bool>> wanted;
+        instance_.with_lock([&](State& s) {
+            for (const SerialBusPort& p : s.serial.ports) {
+                if (p.name[0])
+                    wanted.emplace_back(std::string(p.name, strnlen(p.name, sizeof p.name)), p.modem_loopback != 0);
             }
-        }
+            return 0;
+        });
         if (wanted.size() > static_cast<size_t>(kSerialPorts)) {
             if (error) *error = "at most " + std::to_string(kSerialPorts) + " COM ports";
             wanted.resize(kSerialPorts);

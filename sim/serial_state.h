@@ -100,7 +100,8 @@ static_assert(sizeof(SerialUnitState) == 36);
 
 // One COM port of the controller as its modules see it.
 struct SerialBusPort {
-    char name[20];           // "COM0:", "COM1:"; empty = unused
+    char name[19];           // "COM0:", "COM1:"; empty = unused
+    uint8_t modem_loopback;  // DTR and RTS wired back to the port's inputs
     char terminator[8];      // ends commands and answers; "\r" by default
     uint8_t pacing;          // answers go out at the line's character rate
     uint8_t checksum;        // default of the modules described on it

@@ -79,10 +79,11 @@ int install(State& s, SerialSite site, int port, uint8_t address, uint8_t slot, 
     return index;
 }
 
-void set_port(SerialBusPort& p, const std::string& name, bool checksum, const std::string& terminator, bool pacing,
-              uint16_t turnaround_ms, const FaultDescription& fault) {
+void set_port(SerialBusPort& p, const std::string& name, bool loopback, bool checksum, const std::string& terminator,
+              bool pacing, uint16_t turnaround_ms, const FaultDescription& fault) {
     std::memset(&p, 0, sizeof p);
     copy_text(p.name, sizeof p.name, name);
+    p.modem_loopback = loopback ? 1 : 0;
     copy_text(p.terminator, sizeof p.terminator, terminator.empty() ? std::string("\r") : terminator);
     p.checksum = checksum ? 1 : 0;
     p.pacing = pacing ? 1 : 0;
@@ -104,12 +105,13 @@ void power_up(State& s, const Description& d, uint64_t now) {
     SerialBusState& b = s.serial;
     std::memset(&b, 0, sizeof b);
     // COM0: is always port 0; it may be described for its settings.
-    set_port(b.ports[0], "COM0:", false, "\r", false, 0, {});
+    set_port(b.ports[0], "COM0:", false, false, "\r", false, 0, {});
     int next = 1;
     for (const PortDescription& pd : d.ports) {
         const int index = pd.name == "COM0:" ? 0 : next++;
         if (index >= kSerialBusPorts) break;
-        set_port(b.ports[index], pd.name, pd.checksum, pd.terminator, pd.pacing, pd.turnaround_ms, pd.fault);
+        set_port(b.ports[index], pd.name, pd.modem_loopback, pd.checksum, pd.terminator, pd.pacing, pd.turnaround_ms,
+                 pd.fault);
         for (const SerialModuleDescription& m : pd.modules)
             install(s, SerialSite::Bus, index, m.address, 0, m, true, now);
         int unit = 0;

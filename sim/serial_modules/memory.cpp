@@ -45,7 +45,7 @@ Record key_of(const State& s, const SerialModuleState& m) {
     r.site = m.site;
     r.address = m.address;
     r.slot = m.slot;
-    if (m.port < kSerialBusPorts) std::memcpy(r.port, s.serial.ports[m.port].name, sizeof r.port);
+    if (m.port < kSerialBusPorts) std::memcpy(r.port, s.serial.ports[m.port].name, sizeof s.serial.ports[m.port].name);
     std::memcpy(r.name, m.name, sizeof r.name);
     return r;
 }
