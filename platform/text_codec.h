@@ -20,4 +20,7 @@ size_t utf8_to_wide(const char* src, wchar_t* dst, size_t capacity);
 std::string to_utf8(std::wstring_view text);
 std::wstring from_utf8(std::string_view text);
 
+// printf into a string, cut at 255 characters (short value and status texts).
+std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+
 }  // namespace vex::plat

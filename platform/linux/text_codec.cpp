@@ -1,6 +1,8 @@
 #include "platform/text_codec.h"
 
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 
 namespace vex::plat {
 namespace {
@@ -116,6 +118,15 @@ std::wstring from_utf8(std::string_view text) {
     const auto* end = s + text.size();
     while (s < end) out.push_back(static_cast<wchar_t>(decode(s, end)));
     return out;
+}
+
+std::string format(const char* pattern, ...) {
+    char buf[256];
+    va_list args;
+    va_start(args, pattern);
+    std::vsnprintf(buf, sizeof buf, pattern, args);
+    va_end(args);
+    return buf;
 }
 
 }  // namespace vex::plat

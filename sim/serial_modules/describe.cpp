@@ -2,10 +2,10 @@
 #include "sim/serial_modules/describe.h"
 
 #include <algorithm>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
+#include "platform/text_codec.h"
 #include "sim/serial_modules/control.h"
 #include "sim/serial_modules/module.h"
 
@@ -14,15 +14,7 @@ namespace {
 
 std::string_view text_of(const char* field, size_t size) { return {field, strnlen(field, size)}; }
 
-std::string format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char* fmt, ...) {
-    char buf[256];
-    va_list ap;
-    va_start(ap, fmt);
-    std::vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
+using plat::format;
 
 std::string hex_value(uint32_t v, int channels) {
     return format("0x%0*X", std::max(1, (channels + 3) / 4), static_cast<unsigned>(v));

@@ -1,7 +1,6 @@
 #include "tools/common/cli.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -126,15 +125,6 @@ std::string error_text(uint32_t code) {
     char head[32];
     std::snprintf(head, sizeof head, "error 0x%X", code);
     return std::string(head) + ": " + (message.empty() ? "(no message)" : message);
-}
-
-std::string format(const char* pattern, ...) {
-    char buf[128];
-    va_list args;
-    va_start(args, pattern);
-    std::vsnprintf(buf, sizeof buf, pattern, args);
-    va_end(args);
-    return buf;
 }
 
 }  // namespace vex::tools

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/text_codec.h"
+
 namespace vex::tools {
 
 inline constexpr int kExitFailed = 1;
@@ -48,7 +50,6 @@ std::string escape_text(const std::string& text);
 // "error 0x14002: Uart read timeout"
 std::string error_text(uint32_t code);
 
-// printf into a string, cut at 127 characters (short value texts).
-std::string format(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+using plat::format;  // printf into a string (platform/text_codec.h)
 
 }  // namespace vex::tools
