@@ -35,7 +35,12 @@ void report(const std::string& what) {
 }  // namespace
 
 int load_count() { return g_load_count; }
-const char* load_problem() { return g_problem; }
+const char* load_problem() {
+    // A host process that did not come up is found out once it is waited
+    // for; it counts as a problem of the load that started it.
+    plat::await_host();
+    return g_problem[0] ? g_problem : plat::host_problem();
+}
 
 void library_attach() {
     // The virtual controller must be up before the registry says what

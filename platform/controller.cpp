@@ -2,6 +2,8 @@
 // routes the register accessors accordingly.
 #include "platform/controller.h"
 
+#include <atomic>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -34,6 +36,13 @@ std::mutex g_mutex;
 sim::Instance* g_instance = nullptr;
 sim::Host* g_host = nullptr;       // in-process host, when no host program could be started
 sim::HostUser* g_user = nullptr;   // this process as a user of the instance
+// A host process on its way up, not yet waited for. Plain data: the
+// strings are assigned at connect and cleared at await, both under g_mutex.
+sim::HostLaunch* g_launch = nullptr;
+// Why a launched host was replaced in-process: written once per connection
+// (only one await finds the launch), then published.
+char g_host_problem[256] = "";
+std::atomic<bool> g_host_problem_set{false};
 bool g_pages_mapped = false;
 
 // Maps every processor page; a page that cannot be mapped floats.
@@ -56,6 +65,34 @@ void unmap_pages() {
     g_pages_mapped = false;
 }
 
+// No host process: host in-process, for as long as this program lives.
+// Called under g_mutex.
+void host_in_process(const std::string& why, std::string* error) {
+    std::string service_problems;
+    g_host = sim::Host::try_start(*g_instance, &service_problems, "library").release();
+    if (error) {
+        *error = why + (why.empty() ? "" : "; hosting in-process, the ports end with this program");
+        if (!service_problems.empty()) *error += (error->empty() ? "" : "; ") + service_problems;
+    }
+}
+
+// Waits for the host process on its way up, if any; when it did not come
+// up and `replace` is set, hosts in-process instead. Called under g_mutex.
+void settle_launch(bool replace) {
+    if (!g_launch) return;
+    std::string why;
+    const sim::HostStart started = sim::finish_host_launch(*g_launch, &why);
+    delete g_launch;
+    g_launch = nullptr;
+    if (started != sim::HostStart::Failed || !replace || !g_instance) return;
+    std::string problems;
+    host_in_process(why, &problems);
+    log_problem(problems);
+    if (!env("VEXSDK_DEBUG").empty()) std::fprintf(stderr, "vexsdk: %s\n", problems.c_str());
+    std::snprintf(g_host_problem, sizeof g_host_problem, "%s", problems.c_str());
+    g_host_problem_set.store(true, std::memory_order_release);
+}
+
 }  // namespace
 
 bool connect_controller(std::string* error) {
@@ -73,6 +110,7 @@ bool connect_controller(std::string* error) {
         return why.empty();
     }
     if (g_instance) return true;
+    g_host_problem_set.store(false, std::memory_order_relaxed);
     // A program that must run against an instance someone prepared (and
     // never against a fresh one made by a typo in its name) says so.
     if (env("VEXSDK_SIM_EXISTING") == "1" && !sim::Instance::exists(t.instance)) {
@@ -96,19 +134,29 @@ bool connect_controller(std::string* error) {
     sim::set_current(g_instance);
     gpio::attach_lock();
     if (sim::Host::host_pid(t.instance) != 0) return true;
-    if (g_user && sim::start_host_process(t.instance, &why) != sim::HostStart::Failed) return true;
-    // No host process: host in-process, for as long as this program lives.
-    std::string service_problems;
-    g_host = sim::Host::try_start(*g_instance, &service_problems, "library").release();
-    if (error) {
-        *error = why + (why.empty() ? "" : "; hosting in-process, the ports end with this program");
-        if (!service_problems.empty()) *error += (error->empty() ? "" : "; ") + service_problems;
+    // The host process takes a few milliseconds to come up, most of them
+    // the start of a program; the load does not wait for it. What needs the
+    // host (opening a port, the unload) waits in await_host().
+    auto launch = std::make_unique<sim::HostLaunch>();
+    if (g_user && sim::launch_host_process(t.instance, *launch, &why)) {
+        g_launch = launch.release();
+        return true;
     }
+    host_in_process(why, error);
     return true;
 }
 
+void await_host() {
+    std::lock_guard<std::mutex> lock(g_mutex);
+    settle_launch(true);
+}
+
+const char* host_problem() { return g_host_problem_set.load(std::memory_order_acquire) ? g_host_problem : ""; }
+
 void disconnect_controller() {
     std::lock_guard<std::mutex> lock(g_mutex);
+    // A host on its way up is waited for: the last user stops it below.
+    settle_launch(false);
     gpio::detach_lock();
     delete g_host;
     g_host = nullptr;

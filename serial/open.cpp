@@ -3,6 +3,7 @@
 #include <string>
 
 #include "frame/errors.h"
+#include "platform/controller.h"
 #include "platform/system.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
@@ -33,6 +34,9 @@ bool hardware_default(const std::string& name, std::string& device) {
 // Finds the device of a port name. The registry lookup belongs to this
 // library, not to the caller: it must not change the caller's last error.
 bool resolve_device(const PortName& name, std::string& device) {
+    // A virtual controller's ports are its host's, which the load may have
+    // left on its way up (and which maps them in the registry).
+    plat::await_host();
     if (!name.mapping.empty()) {
         const uint32_t saved = frame::last_error();
         const std::wstring path = kPortsPath + plat::from_utf8(name.mapping);

@@ -18,6 +18,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "platform/deadline.h"
@@ -66,11 +67,26 @@ bool process_ended(int pidfd, int pid, int wait_ms) {
     return pid > 0 && ::kill(pid, 0) != 0 && errno == ESRCH;
 }
 
-void signal_process(int pidfd, int pid) {
+void signal_process(int pidfd, int pid, int sig = SIGTERM) {
     if (pidfd >= 0)
-        ::syscall(SYS_pidfd_send_signal, pidfd, SIGTERM, nullptr, 0);
+        ::syscall(SYS_pidfd_send_signal, pidfd, sig, nullptr, 0);
     else if (pid > 0)
-        ::kill(pid, SIGTERM);
+        ::kill(pid, sig);
+}
+
+// Waits for a child to end and reaps it; at once when it is no longer ours.
+void reap(int pidfd, int pid) {
+    // P_PIDFD (Linux 5.4), by number: older C libraries do not name it.
+    constexpr auto by_pidfd = static_cast<idtype_t>(3);
+    siginfo_t info{};
+    if (pidfd >= 0) {
+        int rc = 0;
+        while ((rc = ::waitid(by_pidfd, static_cast<id_t>(pidfd), &info, WEXITED)) < 0 && errno == EINTR) {
+        }
+        if (rc == 0 || errno != EINVAL) return;  // EINVAL: a kernel that waits by pid only
+    }
+    while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
 }
 
 // Stops a host process and waits for it to end (it reads stop requests
@@ -135,10 +151,10 @@ std::string find_host_program() {
     return executable(installed) ? installed : "";
 }
 
-HostStart start_host_process(const std::string& instance, std::string* error) {
+bool launch_host_process(const std::string& instance, HostLaunch& launch, std::string* error) {
     auto fail = [&](const std::string& why) {
         if (error) *error = why;
-        return HostStart::Failed;
+        return false;
     };
     const std::string chosen = plat::env("VEXSDK_SIM_HOST");
     if (chosen == "none") return fail("");  // in-process hosting asked for
@@ -186,21 +202,47 @@ HostStart start_host_process(const std::string& instance, std::string* error) {
         ::close(pipefd[0]);
         return fail("posix_spawn " + program + ": " + std::strerror(rc));
     }
+    launch = HostLaunch{pid, open_pid(pid), pipefd[0], static_cast<int>(::getpid()), program, instance};
+    return true;
+}
+
+HostStart finish_host_launch(HostLaunch& launch, std::string* error) {
+    if (launch.fd < 0) return HostStart::Taken;  // nothing on its way
+    const HostLaunch l = std::exchange(launch, HostLaunch{});
+    // A process forked from the starter shares the report's pipe but not
+    // the child: the report is the starter's to read.
+    if (l.starter != static_cast<int>(::getpid())) {
+        ::close(l.fd);
+        if (l.pidfd >= 0) ::close(l.pidfd);
+        return HostStart::Taken;
+    }
     char answer = 0;
-    pollfd p{pipefd[0], POLLIN, 0};
+    pollfd p{l.fd, POLLIN, 0};
     const plat::Deadline deadline = plat::Deadline::in_ms(kWaitMs);
     int got = 0;
     while ((got = host_calls().poll(&p, 1, deadline.wait_ms())) < 0 && errno == EINTR) {
     }
-    const bool answered = got > 0 && host_calls().read(pipefd[0], &answer, 1) == 1;
-    ::close(pipefd[0]);
-    // The spawned process only forks the host off and ends; reap it.
-    if (!answered) ::kill(pid, SIGKILL);
-    while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    const bool answered = got > 0 && host_calls().read(l.fd, &answer, 1) == 1;
+    ::close(l.fd);
+    // The spawned process only forks the host off and ends; reap it. The
+    // program may have reaped it already with a wait for any child, and its
+    // pid may since belong to another child of the program: through the pid
+    // file descriptor neither the signal nor the wait can reach that one.
+    if (!answered) signal_process(l.pidfd, l.pid, SIGKILL);
+    reap(l.pidfd, l.pid);
+    if (l.pidfd >= 0) ::close(l.pidfd);
     if (answered && answer == 'R') return HostStart::Started;
     if (answered && answer == 'B') return HostStart::Taken;
-    return fail(program + " did not come up to host '" + instance + "' (see " + log + ")");
+    if (error)
+        *error = l.program + " did not come up to host '" + l.instance + "' (see " + plat::instance_dir(l.instance) +
+                 "/host.log)";
+    return HostStart::Failed;
+}
+
+HostStart start_host_process(const std::string& instance, std::string* error) {
+    HostLaunch launch;
+    if (!launch_host_process(instance, launch, error)) return HostStart::Failed;
+    return finish_host_launch(launch, error);
 }
 
 bool wait_until_unhosted(const std::string& instance, int timeout_ms) {

@@ -23,7 +23,8 @@
 // library or program (build tree), in ../bin or ../../bin of it (installed
 // SDK: lib/ or lib/<arch>/ beside bin/), in .. of it (build tree tests and
 // benchmarks); the SDK's installed bin directory. Without one the library
-// hosts in-process and says so in its load problem (VEXSDK_DEBUG).
+// hosts in-process and says so in its load problem (VEXSDK_DEBUG). The load
+// only launches the host; what needs it waits (plat::await_host()).
 //
 // posix_spawn is used, never fork() in the library: the program may run
 // threads.
@@ -59,6 +60,23 @@ enum class HostStart {
 // Starts a host process for the instance and waits until it hosts (at most
 // 10 s).
 HostStart start_host_process(const std::string& instance, std::string* error);
+
+// The same in two steps, so that a program need not wait at load for a host
+// that it may need only later: launch_host_process spawns the host program
+// (false, with a reason, when there is none or it cannot be spawned);
+// finish_host_launch waits for its report (at most 10 s) and reaps the
+// spawned process. A launch that is not of this process (it was inherited
+// through fork) is let go, as Taken.
+struct HostLaunch {
+    int pid = -1;      // the spawned process, which forks the host off
+    int pidfd = -1;    // and its pid file descriptor (-1 on older kernels)
+    int fd = -1;       // read end of the report pipe; -1: nothing on its way
+    int starter = 0;   // pid of the process that launched it
+    std::string program;
+    std::string instance;
+};
+bool launch_host_process(const std::string& instance, HostLaunch& launch, std::string* error);
+HostStart finish_host_launch(HostLaunch& launch, std::string* error);
 
 // The host program's path, or "" when there is none (or VEXSDK_SIM_HOST is
 // "none").

@@ -171,6 +171,12 @@ TEST_F(AttachFaults, AHostThatCannotBeStartedIsReplacedInProcess) {
         Fault<&sim::HostCalls::pipe2> f(sim::host_table());
         fail_each_call(f, EMFILE, [&] { return attach(attached); }, in_process);
     }
+    {
+        // The wait for the host's report fails after the load (which no
+        // longer waits): the program is hosted in-process all the same.
+        Fault<&sim::HostCalls::poll> f(sim::host_table());
+        fail_each_call(f, ENOMEM, [&] { return attach(attached); }, in_process);
+    }
     frame::library_attach();
 }
 

@@ -15,6 +15,7 @@
 
 #include "frame/library.h"
 #include "platform/exec_wrapper.h"
+#include "platform/controller.h"
 #include "platform/target.h"
 #include "platform/system.h"
 #include "sim/host_process.h"
@@ -132,6 +133,8 @@ void SimFixture::SetUp() {
     }
     frame::library_attach();
     ASSERT_NE(sim::current(), nullptr) << "the library did not attach to instance " << name_;
+    // Tests look at the host (vexsim show, its log) as well as the ports.
+    plat::await_host();
 }
 
 void SimFixture::TearDown() {
@@ -150,6 +153,7 @@ sim::Instance& SimFixture::sim() { return *sim::current(); }
 void SimFixture::reattach() {
     frame::library_detach();
     frame::library_attach();
+    plat::await_host();
 }
 
 std::string shell_quote(const std::string& s) {

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/controller.h"
 #include "platform/target.h"
 #include "platform/text_codec.h"
 #include "tools/common/cli.h"
@@ -59,6 +60,8 @@ void run_ports() {
         std::string name;
         std::string device;  // "" when the value is not a device path
     };
+    // The host maps a virtual controller's ports; it may be on its way up.
+    vex::plat::await_host();
     std::vector<Port> ports;
     wchar_t name[VEX_REG_NAME_SIZE];
     for (uint32_t i = 0; vex_RegGetValueByIndex(kPortsKey, i, name); ++i) {
