@@ -62,10 +62,11 @@ protected:
         std::filesystem::remove_all(dir_, ec);
     }
     int host() const { return sim::Host::host_pid(name_); }
-    // The host a program started: the load does not wait for it to come up.
+    // The host a program started: the load does not wait for it to come up
+    // (and a host writes its pid just after taking the lock: -1 until then).
     int hosted() const {
         for (int i = 0; i < 10000; ++i) {
-            if (const int pid = host()) return pid;
+            if (const int pid = host(); pid > 0) return pid;
             ::usleep(1000);
         }
         return 0;
