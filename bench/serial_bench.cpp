@@ -12,6 +12,12 @@
 //                        counters give each one's wall and CPU time per
 //                        exchange and the ratios to the bare round trip.
 //                        This is the figure to quote on a shared machine.
+//                        A fourth exchange, the "floor", makes with plain
+//                        system calls what any exchange with a purge, a
+//                        time-out and a cancellable wait must make (a read
+//                        of the stale input, the write, a poll of the tty
+//                        and an eventfd, the read); uart_cpu_x_floor is
+//                        then what the library adds over those calls.
 //   BM_UartSendCmdSlowModule / BM_RawPtySlowModule
 //                        the same against a module that answers after 5 ms:
 //                        CPU time must stay a small part of wall time (no
@@ -25,6 +31,8 @@
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <modbus/modbus.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <termios.h>
 #include <time.h>
 #include <unistd.h>
@@ -168,7 +176,29 @@ void BM_InterleavedExchanges(benchmark::State& state) {
         if (port == VEX_INVALID_PORT || !ctx || modbus_set_slave(ctx, 1) != 0 || modbus_connect(ctx) != 0)
             std::abort();
 
-        Timed raw, uart, modbus;
+        PtyPeer floor_peer(PeerProtocol::Ascii);
+        const int floor_fd = ::open(floor_peer.slave().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+        const int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        if (floor_fd < 0 || wake < 0 || ::tcgetattr(floor_fd, &t) != 0) std::abort();
+        ::cfmakeraw(&t);
+        ::tcsetattr(floor_fd, TCSANOW, &t);
+        auto floor_exchange = [&] {
+            char buf[64];
+            while (::read(floor_fd, buf, sizeof buf) > 0) {
+            }
+            if (::write(floor_fd, framed.data(), framed.size()) != static_cast<ssize_t>(framed.size())) return false;
+            size_t got = 0;
+            while (got == 0 || buf[got - 1] != '\r') {
+                pollfd p[2] = {{floor_fd, POLLIN, 0}, {wake, POLLIN, 0}};
+                if (::poll(p, 2, 200) <= 0 || p[1].revents) return false;
+                const ssize_t n = ::read(floor_fd, buf + got, sizeof buf - got);
+                if (n <= 0) return false;
+                got += static_cast<size_t>(n);
+            }
+            return true;
+        };
+
+        Timed raw, uart, modbus, floor;
         char answer[VEX_UART_BUFFER_SIZE];
         uint16_t value = 0;
         for (auto _ : state) {
@@ -183,7 +213,8 @@ void BM_InterleavedExchanges(benchmark::State& state) {
                 }
                 return true;
             }) && uart.run([&] { return uart_SendCmd(port, kCommand, answer) != 0; }) &&
-                            modbus.run([&] { return modbus_read_registers(ctx, 0, 1, &value) == 1; });
+                            modbus.run([&] { return modbus_read_registers(ctx, 0, 1, &value) == 1; }) &&
+                            floor.run(floor_exchange);
             if (!ok) {
                 state.SkipWithError("exchange failed");
                 break;
@@ -200,11 +231,17 @@ void BM_InterleavedExchanges(benchmark::State& state) {
             state.counters["uart_x_raw"] = uart.wall / raw.wall;
             state.counters["uart_cpu_x_raw"] = uart.cpu / raw.cpu;
             state.counters["uart_x_modbus"] = uart.wall / modbus.wall;
+            state.counters["floor_cpu_us"] = floor.cpu / n * 1e6;
+            state.counters["floor_cpu_x_raw"] = floor.cpu / raw.cpu;
+            state.counters["uart_cpu_x_floor"] = uart.cpu / floor.cpu;
+            state.counters["uart_x_floor"] = uart.wall / floor.wall;
         }
         modbus_close(ctx);
         modbus_free(ctx);
         uart_Close(port);
         ::close(fd);
+        ::close(floor_fd);
+        ::close(wake);
     }
     vex::bench::release();
 }
