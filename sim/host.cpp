@@ -43,9 +43,11 @@ std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error, co
         if (error) error->clear();
         return nullptr;
     }
-    const std::string pid = std::to_string(::getpid()) + " " + mode + "\n";
-    if (::ftruncate(fd, 0) != 0 || ::pwrite(fd, pid.data(), pid.size(), 0) < 0) {
-        // The pid is only informative; hosting works without it.
+    // The file says nothing (-1 to readers: hosted, pid unknown) until the
+    // services are up; then it names this process. A process waiting for
+    // the ports to exist waits for the pid.
+    if (::ftruncate(fd, 0) != 0) {
+        // A stale pid may show until the write below replaces it.
     }
     std::unique_ptr<Host> host(new Host(fd));
     std::string problems;
@@ -55,6 +57,10 @@ std::unique_ptr<Host> Host::try_start(Instance& instance, std::string* error, co
             host->services_.push_back(std::move(service));
         else if (!why.empty())
             problems += std::string(problems.empty() ? "" : "; ") + name + ": " + why;
+    }
+    const std::string pid = std::to_string(::getpid()) + " " + mode + "\n";
+    if (::pwrite(fd, pid.data(), pid.size(), 0) < 0) {
+        // The pid is only informative; hosting works without it.
     }
     if (error) *error = problems;
     return host;

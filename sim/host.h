@@ -36,7 +36,8 @@ public:
     // what kind of host this is ("auto", "serve", "library").
     static std::unique_ptr<Host> try_start(Instance& instance, std::string* error, const char* mode = "library");
     // Process id of the instance's current host, or 0 if nobody hosts it
-    // (-1: hosted, pid unknown).
+    // (-1: hosted, pid unknown: a host that is still starting its services
+    // names itself once they are up).
     static int host_pid(const std::string& instance);
     // The mode of the current host ("" when nobody hosts it).
     static std::string host_mode(const std::string& instance);

@@ -210,10 +210,21 @@ HostStart finish_host_launch(HostLaunch& launch, std::string* error) {
     if (launch.fd < 0) return HostStart::Taken;  // nothing on its way
     const HostLaunch l = std::exchange(launch, HostLaunch{});
     // A process forked from the starter shares the report's pipe but not
-    // the child: the report is the starter's to read.
+    // the child: the report is the starter's to read. It waits instead
+    // until a host names itself in its lock file, which it does once its
+    // services are up (a few milliseconds; looked at every 1 ms, as the
+    // file cannot be waited on).
     if (l.starter != static_cast<int>(::getpid())) {
         ::close(l.fd);
         if (l.pidfd >= 0) ::close(l.pidfd);
+        const plat::Deadline deadline = plat::Deadline::in_ms(kWaitMs);
+        while (Host::host_pid(l.instance) <= 0) {
+            if (deadline.expired()) {
+                if (error) *error = l.program + " did not come up to host '" + l.instance + "'";
+                return HostStart::Failed;
+            }
+            plat::sleep_ms(1);
+        }
         return HostStart::Taken;
     }
     char answer = 0;

@@ -65,8 +65,9 @@ HostStart start_host_process(const std::string& instance, std::string* error);
 // that it may need only later: launch_host_process spawns the host program
 // (false, with a reason, when there is none or it cannot be spawned);
 // finish_host_launch waits for its report (at most 10 s) and reaps the
-// spawned process. A launch that is not of this process (it was inherited
-// through fork) is let go, as Taken.
+// spawned process. In a process forked from the starter (which inherited
+// the launch) it waits instead until the instance is hosted: Taken, or
+// Failed after 10 s.
 struct HostLaunch {
     int pid = -1;      // the spawned process, which forks the host off
     int pidfd = -1;    // and its pid file descriptor (-1 on older kernels)

@@ -168,6 +168,17 @@ TEST_F(HostProcess, ProgramsStartingTogetherShareOneHost) {
     EXPECT_EQ(host(), 0);
 }
 
+TEST_F(HostProcess, AChildForkedBeforeTheHostReportedLeavesTheReportToItsParent) {
+    Peer p;
+    ASSERT_TRUE(p.ready());
+    // The parent has not needed the host yet: its launch is pending.
+    EXPECT_EQ(p.command("fork-open COM1:"), "child opened") << "the child waits for the host";
+    ASSERT_EQ(p.command("open COM1:"), "opened");
+    EXPECT_EQ(sim::Host::host_mode(name_), "auto") << "the parent still read the host's report";
+    EXPECT_EQ(p.command("ask $01M"), "!014408");
+    EXPECT_EQ(p.quit(), 0);
+}
+
 TEST_F(HostProcess, WithoutAHostProgramTheLibraryHostsInProcess) {
     // /bin/false starts but never reports: the program finds out when it
     // first needs the host, here at its first open.
