@@ -13,7 +13,9 @@ void library_attach();
 void library_detach();
 // How many times the library is attached in this process.
 int load_count();
-// Why the last attach could not connect to the controller ("" if it did).
+// Why the last attach could not connect to the controller, or why the host
+// process it started was replaced in-process ("" if neither). Waits for a
+// host process still on its way up.
 const char* load_problem();
 
 }  // namespace vex::frame

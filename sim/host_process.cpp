@@ -250,12 +250,6 @@ HostStart finish_host_launch(HostLaunch& launch, std::string* error) {
     return HostStart::Failed;
 }
 
-HostStart start_host_process(const std::string& instance, std::string* error) {
-    HostLaunch launch;
-    if (!launch_host_process(instance, launch, error)) return HostStart::Failed;
-    return finish_host_launch(launch, error);
-}
-
 bool wait_until_unhosted(const std::string& instance, int timeout_ms) {
     const plat::Deadline deadline = plat::Deadline::in_ms(static_cast<uint32_t>(std::max(timeout_ms, 0)));
     for (;;) {

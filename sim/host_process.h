@@ -57,17 +57,13 @@ enum class HostStart {
     Taken,    // another host came first; it hosts
     Failed,   // no host program, or it could not start (see *error)
 };
-// Starts a host process for the instance and waits until it hosts (at most
-// 10 s).
-HostStart start_host_process(const std::string& instance, std::string* error);
-
-// The same in two steps, so that a program need not wait at load for a host
-// that it may need only later: launch_host_process spawns the host program
-// (false, with a reason, when there is none or it cannot be spawned);
-// finish_host_launch waits for its report (at most 10 s) and reaps the
-// spawned process. In a process forked from the starter (which inherited
-// the launch) it waits instead until the instance is hosted: Taken, or
-// Failed after 10 s.
+// Starting a host process for the instance, in two steps, so that a program
+// need not wait at load for a host that it may need only later.
+// launch_host_process spawns the host program (false, with a reason, when
+// there is none or it cannot be spawned); finish_host_launch waits for its
+// report (at most 10 s) and reaps the spawned process. In a process forked
+// from the starter (which inherited the launch) it waits instead until a
+// host has named itself: Taken, or Failed after 10 s.
 struct HostLaunch {
     int pid = -1;      // the spawned process, which forks the host off
     int pidfd = -1;    // and its pid file descriptor (-1 on older kernels)

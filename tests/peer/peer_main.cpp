@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -43,7 +44,7 @@ int main() {
                 ::_exit(p != VEX_INVALID_PORT ? 0 : static_cast<int>(vex_GetLastError() & 0xFF));
             }
             int status = -1;
-            while (child > 0 && ::waitpid(child, &status, 0) < 0) {
+            while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
             }
             if (child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0)
                 std::printf("child opened\n");
