@@ -1,5 +1,6 @@
 #include "irq/service_thread.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -119,6 +120,8 @@ int settle_service_threads(uint32_t ms) {
         run->done_cv.wait_until(lock, deadline, [&] { return run->done; });
     }
     take_ended();
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    plat::settle_interrupt_dispatch(static_cast<uint32_t>(std::max<int64_t>(left.count(), 0)));
     std::lock_guard<std::mutex> lock(g_grave_mutex);
     const int abandoned = static_cast<int>(grave().size());
     // A callback that never returns: its thread is left to the process,

@@ -61,7 +61,8 @@ void bury(std::unique_ptr<ServiceThread> thread);
 void reap_service_threads();
 // Waits up to `ms` for every buried thread to end and joins them; threads
 // still running a callback after that are abandoned (never joined, never
-// destroyed) and counted in the result. For unload and tests.
+// destroyed) and counted in the result. Within the same time it waits for
+// the dispatch thread to let go of unbound interrupts. For unload and tests.
 int settle_service_threads(uint32_t ms);
 
 }  // namespace vex::irq

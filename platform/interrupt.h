@@ -39,6 +39,10 @@ bool bind_interrupt(uint32_t id, int event, std::string* error = nullptr);
 // bound is ignored.
 void unbind_interrupt(uint32_t id);
 bool interrupt_bound(uint32_t id);
+// Waits up to `ms` until the dispatch thread has let go of the bindings
+// ended so far (it holds them, and their descriptors, until it next wakes).
+// False when it did not within the time. For unload and tests.
+bool settle_interrupt_dispatch(uint32_t ms);
 // Ends every binding and stops the dispatch thread (library unload).
 void unbind_all_interrupts();
 

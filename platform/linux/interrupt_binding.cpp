@@ -14,6 +14,8 @@
 #include <cstring>
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -61,6 +63,8 @@ struct Registry {
     CheckedMutex mutex;
     std::map<uint32_t, std::shared_ptr<Binding>> bindings;
     std::atomic<uint64_t> version{1};   // changes with every bind and unbind
+    uint64_t dispatched = 0;            // the version the dispatch thread last took up
+    std::condition_variable_any caught_up;
     std::thread dispatcher;
     int wake = -1;                      // tells the dispatch thread to look again
     bool stopping = false;
@@ -93,7 +97,10 @@ void dispatch(Registry& r) {
                 watched.push_back(b);
                 fds.push_back(pollfd{b->source->fd(), POLLIN, 0});
             }
+            // Ended bindings are let go of by now (`watched` was cleared).
+            r.dispatched = r.version.load(std::memory_order_acquire);
         }
+        r.caught_up.notify_all();
         if (irq_calls().poll(fds.data(), fds.size(), -1) < 0) {
             // Only a starved system fails a poll other than by a signal:
             // give it a moment rather than spin.
@@ -193,6 +200,15 @@ void unbind_interrupt(uint32_t id) {
     r.bindings.erase(it);
     r.version.fetch_add(1, std::memory_order_release);
     kick(r);
+}
+
+bool settle_interrupt_dispatch(uint32_t ms) {
+    Registry& r = registry();
+    std::unique_lock lock(r.mutex);
+    if (!r.dispatcher.joinable()) return true;
+    const uint64_t wanted = r.version.load(std::memory_order_acquire);
+    kick(r);
+    return r.caught_up.wait_for(lock, std::chrono::milliseconds(ms), [&] { return r.dispatched >= wanted; });
 }
 
 bool interrupt_bound(uint32_t id) {
