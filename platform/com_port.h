@@ -137,8 +137,11 @@ public:
     // stops after the first byte equal to `end` (kNoEndByte: none), so
     // bytes after it stay in the port for the next read or purge. Waits for
     // the first byte at most `wait_ms` and at most the port's own read
-    // time-out; returns Data as soon as any byte is there.
-    virtual ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, size_t& got) = 0;
+    // time-out, both counted from `from_ns` (a monotonic_ns() the caller
+    // has just read: a serial exchange reads the clock once); returns Data
+    // as soon as any byte is there.
+    virtual ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, uint64_t from_ns,
+                            size_t& got) = 0;
 
     // Modem lines. False when the port has none (a pseudo-terminal that is
     // not the virtual controller's) or the driver refuses.

@@ -75,23 +75,20 @@ VEX_BOOL32 write_text(PortRecord& r, const char* text, uint32_t max) {
     return ok ? VEX_TRUE : VEX_FALSE;
 }
 
-// Frames a command and writes it, after discarding unsent output unless
-// the caller just did.
-VEX_BOOL32 send_frame(PortRecord& r, const char* text, uint32_t max, bool purge_output) {
+// Frames a command and writes it. The caller holds the port's send lock
+// and has purged what it wanted purged.
+VEX_BOOL32 send_frame_locked(PortRecord& r, const char* text, uint32_t max) {
     const size_t n = bounded_length(text, kMaxText + 1);
     if (n > kMaxText) return fail(VEX_ERR_UART_LENGTH);
-    char frame[kFrameBuffer] = {};
+    char frame[kFrameBuffer];  // ended below: only the frame itself is written
     std::memcpy(frame, text, n);
     size_t length = n;
     if (r.checksum_enabled) {
         checksum_digits(checksum(text, n), frame + length);
         length += 2;
     }
-    const std::string terminator = r.terminator();
-    std::memcpy(frame + length, terminator.data(), terminator.size());
-
-    std::lock_guard lock(r.send_lock);
-    if (purge_output) r.port->purge(plat::kPurgeTxClear);
+    length += r.copy_terminator(frame + length);
+    frame[length] = '\0';
     return write_text(r, frame, max);
 }
 
@@ -114,21 +111,23 @@ VEX_BOOL32 read_answer(PortRecord& r, char* buffer, uint32_t size) {
     // place, and a character arriving when size - 2 are stored overflows.
     const int64_t room = static_cast<int64_t>(size) - 2;
     size_t count = 0;
-    plat::Deadline wait = plat::Deadline::in_ms(read_timeout());
+    uint64_t now = plat::monotonic_ns();
+    plat::Deadline wait(read_timeout(), now);
     for (;;) {
         const bool full = static_cast<int64_t>(count) >= room;
         uint8_t spill = 0;
         uint8_t* into = full ? &spill : reinterpret_cast<uint8_t*>(buffer) + count;
         const size_t space = full ? 1 : static_cast<size_t>(room - static_cast<int64_t>(count));
         size_t got = 0;
-        const plat::ReadResult result = r.port->read(into, space, end, wait.remaining_ms(), got);
+        const plat::ReadResult result = r.port->read(into, space, end, wait.remaining_ms(now), now, got);
         trace(r.handle, TraceDirection::Received, into, got);
         if (result == plat::ReadResult::Failed) {
             terminate(buffer, size, count);
             return fail(VEX_ERR_UART_OPEN);
         }
         if (result == plat::ReadResult::TimedOut) {
-            if (!wait.expired()) continue;  // the port's own bound was shorter
+            now = plat::monotonic_ns();
+            if (!wait.expired(now)) continue;  // the port's own bound was shorter
             terminate(buffer, size, count);
             return fail(VEX_ERR_UART_TIMEOUT);
         }
@@ -143,8 +142,19 @@ VEX_BOOL32 read_answer(PortRecord& r, char* buffer, uint32_t size) {
             buffer[0] = '\0';
             return fail(VEX_ERR_UART_CHECKSUM);
         }
-        wait.restart();
+        now = plat::monotonic_ns();
+        wait.restart(now);
     }
+}
+
+// An answer without its checksum digits, as the receive calls return it.
+VEX_BOOL32 receive(PortRecord& r, char* buffer, uint32_t size) {
+    if (!read_answer(r, buffer, size)) return VEX_FALSE;
+    if (!r.checksum_enabled) return VEX_TRUE;
+    const size_t n = bounded_length(buffer, size);
+    if (!checksum_holds(buffer, n)) return VEX_FALSE;
+    if (n >= 3) buffer[n - 2] = '\0';
+    return VEX_TRUE;
 }
 
 }  // namespace
@@ -158,7 +168,9 @@ VEX_BOOL32 uart_SendExt(VEX_PORT handle, const char* text, uint32_t max_length) 
     if (rejected(handle) || !text) return fail(VEX_ERR_UART_BUFFER_OVERFLOW);
     PortPtr r = find_port(handle);
     if (!r) return fail(VEX_ERR_UART_OPEN);
-    return send_frame(*r, text, max_length, true);
+    std::lock_guard lock(r->send_lock);
+    r->port->purge(vex::plat::kPurgeTxClear);
+    return send_frame_locked(*r, text, max_length);
 }
 
 VEX_BOOL32 uart_Send(VEX_PORT handle, const char* text) {
@@ -171,12 +183,7 @@ VEX_BOOL32 uart_RecvExt(VEX_PORT handle, char* buffer, uint32_t size) {
     if (rejected(handle) || !buffer) return fail(VEX_ERR_UART_BUFFER_OVERFLOW);
     PortPtr r = find_port(handle);
     if (!r) return fail(VEX_ERR_UART_OPEN);
-    if (!read_answer(*r, buffer, size)) return VEX_FALSE;
-    if (!r->checksum_enabled) return VEX_TRUE;
-    const size_t n = bounded_length(buffer, size);
-    if (!checksum_holds(buffer, n)) return VEX_FALSE;
-    if (n >= 3) buffer[n - 2] = '\0';
-    return VEX_TRUE;
+    return receive(*r, buffer, size);
 }
 
 VEX_BOOL32 uart_Recv(VEX_PORT handle, char* buffer) {
@@ -191,15 +198,18 @@ VEX_BOOL32 uart_Recv(VEX_PORT handle, char* buffer) {
 VEX_BOOL32 uart_SendCmdExt(VEX_PORT handle, const char* command, uint32_t command_max, char* answer,
                            uint32_t answer_size) {
     if (rejected(handle) || !command || !answer) return fail(VEX_ERR_UART_BUFFER_OVERFLOW);
-    if (PortPtr r = find_port(handle)) {
+    PortPtr r = find_port(handle);
+    if (!r) return fail(VEX_ERR_UART_OPEN);
+    {
         // Whatever a module said before this command is stale: drop it, so
         // the next line read is the answer to this command. (Flushing costs
-        // the kernel a wait for its receive worker: once is enough.)
+        // the kernel a wait for its receive worker: once is enough.) A
+        // failed send is not judged here: the read that follows reports it.
         std::lock_guard lock(r->send_lock);
         r->port->purge(vex::plat::kPurgeTxClear | vex::plat::kPurgeRxClear);
-        send_frame(*r, command, command_max, false);
+        send_frame_locked(*r, command, command_max);
     }
-    return uart_RecvExt(handle, answer, answer_size);
+    return receive(*r, answer, answer_size);
 }
 
 VEX_BOOL32 uart_SendCmd(VEX_PORT handle, const char* command, char* answer) {
@@ -261,24 +271,26 @@ VEX_BOOL32 uart_BinRecv(VEX_PORT handle, void* buffer, uint32_t length) {
     // count is judged only after a byte is stored.
     auto* out = static_cast<uint8_t*>(buffer);
     uint64_t count = 0;
-    vex::plat::Deadline wait = vex::plat::Deadline::in_ms(read_timeout());
+    uint64_t now = vex::plat::monotonic_ns();
+    vex::plat::Deadline wait(read_timeout(), now);
     for (;;) {
         uint8_t spill = 0;
         const bool want = count < length;
         size_t got = 0;
         // What is left of a 32-bit length fits size_t on every target.
         const size_t left = want ? static_cast<size_t>(length - count) : 1;
-        const auto result = r->port->read(want ? out + count : &spill, left,
-                                          vex::plat::kNoEndByte, wait.remaining_ms(), got);
+        const auto result = r->port->read(want ? out + count : &spill, left, vex::plat::kNoEndByte,
+                                          wait.remaining_ms(now), now, got);
         trace(r->handle, TraceDirection::Received, want ? out + count : &spill, got);
         if (result == vex::plat::ReadResult::Failed) return fail(VEX_ERR_UART_OPEN);
+        now = vex::plat::monotonic_ns();
         if (result == vex::plat::ReadResult::TimedOut) {
-            if (wait.expired()) return fail(VEX_ERR_UART_TIMEOUT);
+            if (wait.expired(now)) return fail(VEX_ERR_UART_TIMEOUT);
             continue;
         }
         count += got;
         if (count == length) return VEX_TRUE;
-        wait.restart();
+        wait.restart(now);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "serial/port_table.h"
 
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -53,9 +54,10 @@ PortRecord::~PortRecord() {
     if (port) port->cancel();
 }
 
-std::string PortRecord::terminator() const {
+size_t PortRecord::copy_terminator(char* out) const {
     std::lock_guard lock(terminator_mutex_);
-    return terminator_;
+    std::memcpy(out, terminator_.data(), terminator_.size());
+    return terminator_.size();
 }
 
 void PortRecord::set_terminator(const char* text) {

@@ -41,7 +41,9 @@ public:
 
     std::atomic<bool> checksum_enabled{false};
     // The terminator, "\r" at open; at most kMaxTerminator characters.
-    std::string terminator() const;
+    // Copies it to `out` (room for kMaxTerminator characters, no NUL
+    // added) and returns its length.
+    size_t copy_terminator(char* out) const;
     void set_terminator(const char* text);
     // Its first character ('\0' when empty): where a received answer ends.
     char terminator_start() const { return terminator_start_.load(std::memory_order_relaxed); }
@@ -56,9 +58,7 @@ public:
     // does not hold up one receiving. None is taken while another is held.
     std::mutex line_lock;  // the monitor thread's start and stop
     std::mutex recv_lock;  // one answer read at a time
-    // Recursive because uart_SendCmdExt holds it across its purge and the
-    // send, and the send takes it again (it serves uart_Send on its own).
-    std::recursive_mutex send_lock;
+    std::mutex send_lock;  // a purge and the frame that follows it
 
 private:
     mutable std::mutex terminator_mutex_;

@@ -150,6 +150,11 @@ public:
     bool set_timeouts(const ComTimeouts& t) override {
         std::lock_guard lock(mutex_);
         timeouts_ = t;
+        // What every read and write asks for, kept where they need no lock.
+        const bool at_once = t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0;
+        read_bound_ = at_once ? 0 : bound(t.read_multiplier, t.read_constant, 1);
+        write_multiplier_ = t.write_multiplier;
+        write_constant_ = t.write_constant;
         return true;
     }
 
@@ -226,15 +231,20 @@ public:
 
     // With nothing read ahead, waits first and reads after: an answer is
     // rarely there the moment its command has gone, so this spares the
-    // read that would find nothing.
-    ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, size_t& got) override {
+    // read that would find nothing. The first wait takes the whole budget
+    // without looking at the clock again: the caller has just read it.
+    ReadResult read(uint8_t* out, size_t room, int end, uint32_t wait_ms, uint64_t from_ns,
+                    size_t& got) override {
         got = 0;
-        const Deadline deadline = Deadline::in_ms(std::min(wait_ms, read_bound()));
+        const Deadline deadline(std::min(wait_ms, read_bound_.load(std::memory_order_relaxed)), from_ns);
         bool wait_first = read_ahead_empty();
+        bool first = true;
         for (;;) {
             if (cancelled_) return ReadResult::Failed;
-            if (wait_first && wait_for(POLLIN, deadline.wait_ms()) < 0) return ReadResult::Failed;
+            if (wait_first && wait_for(POLLIN, first ? deadline.wait_ms(from_ns) : deadline.wait_ms()) < 0)
+                return ReadResult::Failed;
             wait_first = true;
+            first = false;
             {
                 std::lock_guard lock(rx_mutex_);
                 if (rx_head_ == rx_tail_) {
@@ -322,18 +332,9 @@ public:
 private:
     // How long one write of `bytes` may take.
     Deadline write_deadline(size_t bytes) {
-        std::lock_guard lock(mutex_);
-        const uint32_t limit = bound(timeouts_.write_multiplier, timeouts_.write_constant, bytes);
+        const uint32_t limit = bound(write_multiplier_.load(std::memory_order_relaxed),
+                                     write_constant_.load(std::memory_order_relaxed), bytes);
         return limit == kNoLimit ? Deadline::never() : Deadline::in_ms(limit);
-    }
-
-    // How long one read may wait for its first byte: 0 in the "return at
-    // once" setting, UINT32_MAX (as good as forever) without a bound.
-    uint32_t read_bound() {
-        std::lock_guard lock(mutex_);
-        const ComTimeouts& t = timeouts_;
-        if (t.read_interval == UINT32_MAX && t.read_multiplier == 0 && t.read_constant == 0) return 0;
-        return bound(t.read_multiplier, t.read_constant, 1);
     }
 
     // Waits until the tty is ready for `what`, the time passes or cancel()
@@ -351,6 +352,13 @@ private:
     const bool has_tx_queue_;  // false for pseudo-terminals
     const std::unique_ptr<ModemLines> lines_;  // chosen at open, never replaced
     std::atomic<bool> cancelled_{false};
+
+    // Copies of the time-outs for reads and writes, written under mutex_:
+    // how long one read may wait for its first byte (0 in the "return at
+    // once" setting, kNoLimit without a bound) and the write bound's terms.
+    std::atomic<uint32_t> read_bound_{kNoLimit};
+    std::atomic<uint32_t> write_multiplier_{0};
+    std::atomic<uint32_t> write_constant_{0};
 
     std::mutex mutex_;  // everything below up to the receive buffer
     std::condition_variable changed_;
