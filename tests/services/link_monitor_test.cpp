@@ -23,26 +23,9 @@
 
 namespace {
 
+using vex::test::await_link;
 using vex::test::has_text;
-
-uint8_t link(uint8_t index) {
-    uint8_t up = 0xEE;
-    EXPECT_EQ(vex_EthernetLinkState(index, &up), 0);
-    return up;
-}
-
-// Waits (on the monitor's change signal, not by polling) until adapter
-// `index` reports `up`, or 5 s.
-bool await_link(uint8_t index, uint8_t up) {
-    const uint64_t until = vex::test::now_ms() + 5000;
-    uint32_t seen = vex::services::link_changes();
-    while (link(index) != up) {
-        const uint64_t now = vex::test::now_ms();
-        if (now >= until) return false;
-        seen = vex::services::wait_for_link_change(seen, static_cast<int>(until - now));
-    }
-    return true;
-}
+using vex::test::link_state;
 
 int open_descriptors() {
     int n = 0;
@@ -59,10 +42,6 @@ protected:
         ServicesFixture::TearDown();  // the monitor thread ends before its calls change
         vex::plat::oscalls::reset_calls();
     }
-    void set_mapping(const wchar_t* adapter, const std::wstring& iface) {
-        const std::wstring path = std::wstring(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\") + adapter;
-        ASSERT_TRUE(vex_RegSetString(path.c_str(), iface.c_str(), static_cast<uint32_t>((iface.size() + 1) * sizeof(wchar_t))));
-    }
     void restart_monitor() {
         vex::services::stop_link_monitor();
         vex::services::start_link_monitor();
@@ -70,8 +49,8 @@ protected:
 };
 
 TEST_F(SimLink, CablesPluggedBeforeStartReportAtOnce) {
-    EXPECT_EQ(link(1), 1u) << "eth0 is described up";
-    EXPECT_EQ(link(2), 0u);
+    EXPECT_EQ(link_state(1), 1u) << "eth0 is described up";
+    EXPECT_EQ(link_state(2), 0u);
     EXPECT_EQ(vex::services::monitored_interface(1), "eth0");
     EXPECT_EQ(vex::services::monitored_interface(2), "eth1");
     uint8_t untouched = 0x5A;
@@ -87,7 +66,7 @@ TEST_F(SimLink, ChangesMadeByVexsimAreHeard) {
     EXPECT_TRUE(await_link(2, 1));
     EXPECT_EQ(vex::test::run_vexsim({"set", "link", "eth0", "down"}).status, 0);
     EXPECT_TRUE(await_link(1, 0));
-    EXPECT_EQ(link(2), 1u);
+    EXPECT_EQ(link_state(2), 1u);
     EXPECT_TRUE(has_text(vex::test::run_vexsim({"show"}).output, "link eth0: down"));
 
     const auto bad = vex::test::run_vexsim({"set", "link", "eth7", "up"});
@@ -97,20 +76,20 @@ TEST_F(SimLink, ChangesMadeByVexsimAreHeard) {
 }
 
 TEST_F(SimLink, BothAdaptersMayStandForOneInterface) {
-    set_mapping(L"LAN2", L"eth0");
+    vex::test::set_reg_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\LAN2", "eth0");
     restart_monitor();
-    EXPECT_EQ(link(1), 1u);
-    EXPECT_EQ(link(2), 1u);
+    EXPECT_EQ(link_state(1), 1u);
+    EXPECT_EQ(link_state(2), 1u);
     EXPECT_EQ(vex::test::run_vexsim({"set", "link", "LAN2", "down"}).status, 0) << "vexsim reads the same mapping";
     EXPECT_TRUE(await_link(1, 0));
-    EXPECT_EQ(link(2), 0u);
+    EXPECT_EQ(link_state(2), 0u);
 }
 
 TEST_F(SimLink, MappingThatIsNoTextNamesNoInterface) {
     ASSERT_TRUE(vex_RegSetDWORD(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\LAN1", 0));
     restart_monitor();
     EXPECT_EQ(vex::services::monitored_interface(1), "");
-    EXPECT_EQ(link(1), 0u);
+    EXPECT_EQ(link_state(1), 0u);
 }
 
 TEST_F(SimLink, NoMonitorNoAnswer) {
@@ -119,7 +98,7 @@ TEST_F(SimLink, NoMonitorNoAnswer) {
     EXPECT_EQ(vex_EthernetLinkState(1, &up), -2);
     EXPECT_EQ(up, 0x5A);
     vex::frame::library_attach();
-    EXPECT_EQ(link(1), 1u);
+    EXPECT_EQ(link_state(1), 1u);
 }
 
 // Fails the Nth of the calls a monitor makes to start, once.
@@ -152,11 +131,11 @@ TEST_F(SimLink, MonitorThatCannotStartAnswersFromItsEmptyRecord) {
         const bool started = vex::services::link_monitor_problem().empty();
         if (started) {
             EXPECT_EQ(n, 4) << "three calls can fail";
-            EXPECT_EQ(link(1), 1u);
+            EXPECT_EQ(link_state(1), 1u);
             break;
         }
         EXPECT_TRUE(has_text(vex::services::link_monitor_problem(), "failed")) << "call " << n;
-        EXPECT_EQ(link(1), 0u) << "a monitor that could not start answers 0, not -2";
+        EXPECT_EQ(link_state(1), 0u) << "a monitor that could not start answers 0, not -2";
         EXPECT_EQ(open_descriptors(), before) << "nothing leaks when call " << n << " fails";
         ASSERT_LT(n, 10);
     }
@@ -167,7 +146,7 @@ TEST_F(SimLink, InstanceDestroyedUnderTheMonitor) {
     vex::services::stop_link_monitor();            // must not hang
     vex::services::start_link_monitor();
     EXPECT_TRUE(has_text(vex::services::link_monitor_problem(), "links.bell"));
-    EXPECT_EQ(link(1), 0u);
+    EXPECT_EQ(link_state(1), 0u);
 }
 
 #if defined(__SANITIZE_THREAD__)

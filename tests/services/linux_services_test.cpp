@@ -28,32 +28,13 @@
 namespace {
 
 namespace fs = std::filesystem;
+using vex::test::await_link;
 using vex::test::has_text;
+using vex::test::link_state;
+using vex::test::set_reg_text;
 
 bool shell(const std::string& command) {
     return vex::test::run_process({"/bin/sh", "-c", "PATH=$PATH:/usr/sbin:/sbin; " + command}).status == 0;
-}
-
-void set_text(const std::wstring& path, const std::string& value) {
-    const std::wstring w(value.begin(), value.end());
-    ASSERT_TRUE(vex_RegSetString(path.c_str(), w.c_str(), static_cast<uint32_t>((w.size() + 1) * sizeof(wchar_t))));
-}
-
-uint8_t link(uint8_t index) {
-    uint8_t up = 0xEE;
-    EXPECT_EQ(vex_EthernetLinkState(index, &up), 0);
-    return up;
-}
-
-bool await_link(uint8_t index, uint8_t up) {
-    const uint64_t until = vex::test::now_ms() + 5000;
-    uint32_t seen = vex::services::link_changes();
-    while (link(index) != up) {
-        const uint64_t now = vex::test::now_ms();
-        if (now >= until) return false;
-        seen = vex::services::wait_for_link_change(seen, static_cast<int>(until - now));
-    }
-    return true;
 }
 
 TEST(LinuxLink, FollowsTheKernelInAPrivateNetworkNamespace) {
@@ -65,13 +46,13 @@ TEST(LinuxLink, FollowsTheKernelInAPrivateNetworkNamespace) {
 
     vex::test::PhysMemFile mem;
     mem.attach_library();
-    set_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\LAN1", "vexa");
-    set_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\LAN2", "vexd");
+    set_reg_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\LAN1", "vexa");
+    set_reg_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ethernet\\LAN2", "vexd");
     vex::services::stop_link_monitor();
     vex::services::start_link_monitor();
     ASSERT_EQ(vex::services::link_monitor_problem(), "");
-    EXPECT_EQ(link(2), 1u) << "a link already up reports at once";
-    EXPECT_EQ(link(1), 0u);
+    EXPECT_EQ(link_state(2), 1u) << "a link already up reports at once";
+    EXPECT_EQ(link_state(1), 0u);
 
     ASSERT_TRUE(shell("ip link set vexa up && ip link set vexb up"));
     EXPECT_TRUE(await_link(1, 1)) << "carrier once both ends of the pair are up";
@@ -79,7 +60,7 @@ TEST(LinuxLink, FollowsTheKernelInAPrivateNetworkNamespace) {
     EXPECT_TRUE(await_link(1, 0)) << "the far end went down";
     ASSERT_TRUE(shell("ip link del vexd"));
     EXPECT_TRUE(await_link(2, 0)) << "an interface that vanishes is down";
-    EXPECT_EQ(link(1), 0u);
+    EXPECT_EQ(link_state(1), 0u);
     mem.detach_library();
 }
 
@@ -239,8 +220,8 @@ protected:
             std::fprintf(stderr, "note: this kernel reads no partition tables; the card is a bare FAT file system\n");
         }
         mem.attach_library();
-        set_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\StorageCard\\Device", name_);
-        set_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\StorageCard\\Folder", (dir_ / "Micro_SD").string());
+        set_reg_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\StorageCard\\Device", name_);
+        set_reg_text(L"HKEY_LOCAL_MACHINE\\VORLAN\\StorageCard\\Folder", (dir_ / "Micro_SD").string());
     }
     void TearDown() override {
         if (!name_.empty()) vex_SDUnmount();

@@ -15,6 +15,7 @@
 namespace {
 
 using vex::test::has_text;
+using vex::test::set_hardware_id;
 using vex::test::now_ms;
 
 constexpr uint64_t kPwm0 = 0x40B00000, kPwm1 = 0x40C00000;
@@ -23,11 +24,6 @@ constexpr uint64_t kGpio = 0x40E00000;
 constexpr uint64_t kGpioDir0 = kGpio + 0x0C, kGpioSet1 = kGpio + 0x1C, kGpioClear0 = kGpio + 0x24,
                    kGpioClear1 = kGpio + 0x28, kAlt16to31 = kGpio + 0x58;
 constexpr uint64_t kClockEnable = 0x41300004;
-
-void set_hardware_id(const wchar_t* id) {
-    ASSERT_TRUE(vex_RegSetString(L"HKEY_LOCAL_MACHINE\\HARDWARE\\MODULETYPE\\HWID", id,
-                                 static_cast<uint32_t>((wcslen(id) + 1) * sizeof(wchar_t))));
-}
 
 class HwPanel : public ::testing::Test {
 protected:
@@ -76,12 +72,12 @@ TEST_F(HwPanel, FrequencyAndDutySettings) {
 
 TEST_F(HwPanel, BacklightKindsFromTheHardwareId) {
     EXPECT_EQ(vex_SetBackLight_Slope(50), VEX_BACKLIGHT_NO_HWID) << "no MODULETYPE key at all";
-    set_hardware_id(L"HR4-8000");
+    set_hardware_id("HR4-8000");
     EXPECT_EQ(vex_SetBackLight_Slope(50), VEX_BACKLIGHT_NONE);
     vex_SetBackLight(50);
     EXPECT_EQ(mem.peek32(kPwm1 + kDuty), 0u) << "nothing to drive";
 
-    set_hardware_id(L"HR31-A");
+    set_hardware_id("HR31-A");
     vex_SetBackLight(3);
     EXPECT_EQ(mem.peek32(kPwm1 + kControl), 127u);
     EXPECT_EQ(mem.peek32(kPwm1 + kPeriod), 10u);
@@ -90,11 +86,11 @@ TEST_F(HwPanel, BacklightKindsFromTheHardwareId) {
     EXPECT_EQ((mem.peek32(kAlt16to31) >> 2) & 3u, 2u) << "GPIO 17 carries PWM 1";
     vex_SetBackLight(0x7FFFFFFF);
     EXPECT_EQ(mem.peek32(kPwm1 + kDuty), 10u) << "above 100 means full, without overflow";
-    set_hardware_id(L"HR-208K2");
+    set_hardware_id("HR-208K2");
     vex_SetBackLight(70);
     EXPECT_EQ(mem.peek32(kPwm1 + kDuty), 7u);
 
-    set_hardware_id(L"HR19X");
+    set_hardware_id("HR19X");
     vex_SetBackLight(5);
     EXPECT_EQ(mem.peek32(kGpioSet1), 1u << 20) << "GPIO 52 high";
     vex_SetBackLight(0);

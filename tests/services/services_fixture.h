@@ -1,5 +1,6 @@
 // Helpers for the controller services' tests: the trace of the test's
-// virtual controller, read from the board's side.
+// virtual controller, read from the board's side; registry text settings;
+// the Ethernet link state and a wait for it to change.
 #pragma once
 
 #include <chrono>
@@ -7,8 +8,10 @@
 #include <string>
 #include <vector>
 
+#include "services/link_monitor.h"
 #include "sim/services_state.h"
 #include "tests/support/sim_fixture.h"
+#include "vexsdk.h"
 
 namespace vex::test {
 
@@ -43,6 +46,35 @@ inline uint64_t now_ms() {
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
                                      std::chrono::steady_clock::now().time_since_epoch())
                                      .count());
+}
+
+// Stores `text` (ASCII) as a string value at `path`, terminator included.
+inline void set_reg_text(const std::wstring& path, const std::string& text) {
+    const std::wstring w(text.begin(), text.end());
+    ASSERT_TRUE(vex_RegSetString(path.c_str(), w.c_str(), static_cast<uint32_t>((w.size() + 1) * sizeof(wchar_t))));
+}
+
+inline void set_hardware_id(const std::string& id) {
+    set_reg_text(L"HKEY_LOCAL_MACHINE\\HARDWARE\\MODULETYPE\\HWID", id);
+}
+
+inline uint8_t link_state(uint8_t index) {
+    uint8_t up = 0xEE;
+    EXPECT_EQ(vex_EthernetLinkState(index, &up), 0);
+    return up;
+}
+
+// Waits (on the monitor's change signal, not by polling) until adapter
+// `index` reports `up`, or 5 s.
+inline bool await_link(uint8_t index, uint8_t up) {
+    const uint64_t until = now_ms() + 5000;
+    uint32_t seen = vex::services::link_changes();
+    while (link_state(index) != up) {
+        const uint64_t now = now_ms();
+        if (now >= until) return false;
+        seen = vex::services::wait_for_link_change(seen, static_cast<int>(until - now));
+    }
+    return true;
 }
 
 }  // namespace vex::test

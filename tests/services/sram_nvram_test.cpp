@@ -59,24 +59,13 @@ TEST_F(Sram, EachByteSelectsItsPageThenUsesEverySecondWindowAddress) {
     EXPECT_EQ(*_vex_map(0xA000 + 2 * 7 + 1), 0x00) << "odd addresses decode nothing";
 }
 
-TEST_F(Sram, BoundsAndBadInput) {
+TEST_F(Sram, WritesThatWouldWrapChangeNothing) {
     uint8_t b[2] = {};
-    vex_ClearLastError();
-    EXPECT_TRUE(vex_WriteMemory(0x6FFFF, b, 1, VEX_MEMORY_SRAM));
-    EXPECT_EQ(vex_GetLastError(), 0u);
-    EXPECT_TRUE(vex_ReadMemory(0x70000, b, 0, VEX_MEMORY_SRAM)) << "end of area, length 0";
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
-    EXPECT_FALSE(vex_ReadMemory(0x70000, b, 1, VEX_MEMORY_SRAM));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_SRAM_ADDRESS);
-    EXPECT_FALSE(vex_ReadMemory(0x6FFFF, b, 2, VEX_MEMORY_SRAM));
     EXPECT_TRUE(vex_ReadMemory(0x107FFFF, b, 1, VEX_MEMORY_SRAM)) << "last byte in the system form";
     const auto before = chip(0, 16);
     EXPECT_FALSE(vex_WriteMemory(0x107FFFF, b, 2, VEX_MEMORY_SRAM)) << "would wrap into page 0";
     EXPECT_FALSE(vex_WriteMemory(0xFFFFFFFF, b, 2, VEX_MEMORY_SRAM)) << "address + length wraps past 2^32";
     EXPECT_EQ(chip(0, 16), before);
-    EXPECT_FALSE(vex_WriteMemory(0, nullptr, 4, VEX_MEMORY_SRAM));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
-    EXPECT_EQ(vex_GetMemorySize(VEX_MEMORY_SRAM), 0x70000u);
 }
 
 TEST_F(Sram, StuckBitsAndPersistence) {
@@ -127,20 +116,51 @@ TEST_F(Nvram, BytesGoThroughTheirCommandBytes) {
     EXPECT_EQ(far::register_writes(sim(), 0x901C).back() & 0x07, 0);
 }
 
-TEST_F(Nvram, Byte30IsOutOfReachAndTheSizeSays31) {
+TEST_F(Nvram, ARefusedWriteAtByte30ReachesNoChip) {
     uint8_t b[2] = {0x11, 0x22};
-    EXPECT_EQ(vex_GetMemorySize(VEX_MEMORY_NVRAM), 31u);
     EXPECT_TRUE(vex_WriteMemory(29, b, 1, VEX_MEMORY_NVRAM));
-    EXPECT_FALSE(vex_WriteMemory(30, b, 1, VEX_MEMORY_NVRAM));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NVRAM_ADDRESS);
-    EXPECT_FALSE(vex_ReadMemory(29, b, 2, VEX_MEMORY_NVRAM));
-    EXPECT_FALSE(vex_ReadMemory(0xFFFFFFFF, b, 2, VEX_MEMORY_NVRAM));
-    vex_ClearLastError();
-    EXPECT_TRUE(vex_ReadMemory(30, b, 0, VEX_MEMORY_NVRAM));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
-    EXPECT_FALSE(vex_ReadMemory(0, nullptr, 1, VEX_MEMORY_NVRAM));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
+    EXPECT_FALSE(vex_WriteMemory(30, b + 1, 1, VEX_MEMORY_NVRAM));
     EXPECT_EQ(far::contents(sim(), Chip::Nvram, 29, 2), (std::vector<uint8_t>{0x11, 0x00}));
+}
+
+// The user area's bounds, the same rules for each memory. The NVRAM reports
+// 31 bytes but its last one is out of reach.
+using MemoryBounds = vex::test::SimFixture;
+
+TEST_F(MemoryBounds, EveryMemoryEndsWhereItSaysAndRefusesBadBuffers) {
+    struct Case {
+        const char* name;
+        uint32_t type, end, size, address_error;
+    } const cases[] = {
+        {"EEPROM", VEX_MEMORY_EEPROM, 0x2000, 8192, VEX_ERR_EEPROM_ADDRESS},
+        {"SRAM", VEX_MEMORY_SRAM, 0x70000, 0x70000, VEX_ERR_SRAM_ADDRESS},
+        {"NVRAM", VEX_MEMORY_NVRAM, 30, 31, VEX_ERR_NVRAM_ADDRESS},
+    };
+    vex_EnableEEPROM(VEX_TRUE);
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        uint8_t b[2] = {};
+        EXPECT_EQ(vex_GetMemorySize(c.type), c.size);
+        vex_ClearLastError();
+        EXPECT_TRUE(vex_WriteMemory(c.end - 1, b, 1, c.type));
+        EXPECT_TRUE(vex_ReadMemory(c.end - 1, b, 1, c.type));
+        EXPECT_EQ(vex_GetLastError(), 0u);
+        EXPECT_TRUE(vex_ReadMemory(c.end, b, 0, c.type)) << "inclusive bound: end of area, length 0";
+        EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
+        EXPECT_FALSE(vex_ReadMemory(c.end, b, 1, c.type));
+        EXPECT_EQ(vex_GetLastError(), c.address_error);
+        vex_ClearLastError();
+        EXPECT_FALSE(vex_WriteMemory(c.end, b, 1, c.type));
+        EXPECT_EQ(vex_GetLastError(), c.address_error);
+        EXPECT_FALSE(vex_ReadMemory(c.end - 1, b, 2, c.type));
+        EXPECT_FALSE(vex_ReadMemory(0xFFFFFFFF, b, 2, c.type)) << "address + length wraps past 2^32";
+        vex_ClearLastError();
+        EXPECT_FALSE(vex_ReadMemory(0, nullptr, 1, c.type));
+        EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
+        vex_ClearLastError();
+        EXPECT_FALSE(vex_WriteMemory(0, nullptr, 4, c.type));
+        EXPECT_EQ(vex_GetLastError(), VEX_ERR_MEMORY_ARGUMENT);
+    }
 }
 
 TEST_F(Nvram, KeptOverPowerCycleAndStuckBitsReadBack) {

@@ -130,9 +130,7 @@ TEST_F(HwWatchdog, OsTimerWatchdogRegisters) {
 }
 
 TEST_F(HwWatchdog, SingleSlotControllerReportsInItsOwnLayout) {
-    const std::wstring id = L"LT4-100";
-    ASSERT_TRUE(vex_RegSetString(L"HKEY_LOCAL_MACHINE\\HARDWARE\\MODULETYPE\\HWID", id.c_str(),
-                                 static_cast<uint32_t>((id.size() + 1) * sizeof(wchar_t))));
+    vex::test::set_hardware_id("LT4-100");
     vex::frame::library_detach();
     vex::frame::library_attach();
     mem.poke8(kWindow, 0x04 | (7 << 3));
