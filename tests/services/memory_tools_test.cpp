@@ -6,33 +6,32 @@
 #include <iterator>
 
 #include "sim/far_side.h"
-#include "tests/support/sim_fixture.h"
+#include "tests/services/services_fixture.h"
 #include "vexsdk.h"
 
 namespace {
 
 namespace far = vex::sim::far;
 using far::Chip;
+using vex::test::has_text;
 using vex::test::run_vexctl;
 using vex::test::run_vexsim;
 
 class MemoryTools : public vex::test::SimFixture {};
 
-bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
 TEST_F(MemoryTools, DevicePrintsTheDefaultControllersIdentity) {
     auto r = run_vexctl({"device"});
     ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_TRUE(has(r.output, "serial number:      2D4C11A30B7E00E4")) << r.output;
-    EXPECT_TRUE(has(r.output, "OS version:         06000214")) << r.output;
-    EXPECT_TRUE(has(r.output, "boot loader build:  2023/11/06 10:42:17")) << r.output;
-    EXPECT_TRUE(has(r.output, "MAC LAN1:           02:56:58:00:10:01")) << r.output;
-    EXPECT_TRUE(has(r.output, "CPU board version:  1.0.17.0")) << r.output;
-    EXPECT_TRUE(has(r.output, "SDK version:        4.3.3.0")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "serial number:      2D4C11A30B7E00E4"));
+    EXPECT_TRUE(has_text(r.output, "OS version:         06000214"));
+    EXPECT_TRUE(has_text(r.output, "boot loader build:  2023/11/06 10:42:17"));
+    EXPECT_TRUE(has_text(r.output, "MAC LAN1:           02:56:58:00:10:01"));
+    EXPECT_TRUE(has_text(r.output, "CPU board version:  1.0.17.0"));
+    EXPECT_TRUE(has_text(r.output, "SDK version:        4.3.3.0"));
 
     r = run_vexctl({"device", "set-mac", "2", "00:11:22:aa:bb:cc"});
     ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_TRUE(has(r.output, "MAC LAN2: 00:11:22:AA:BB:CC")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "MAC LAN2: 00:11:22:AA:BB:CC"));
     r = run_vexctl({"device", "set-mac", "2", "0011"});
     EXPECT_EQ(r.status, 2) << r.output;
     r = run_vexctl({"device", "set-mac", "3", "001122AABBCC"});
@@ -41,14 +40,14 @@ TEST_F(MemoryTools, DevicePrintsTheDefaultControllersIdentity) {
     far::set_faults(sim(), Chip::Eeprom, {1, 0, 0, 0, -1});
     r = run_vexctl({"device", "--json"});
     EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(has(r.output, "could not be read")) << r.output;
-    EXPECT_TRUE(has(r.output, "\"factory_record_readable\":false")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "could not be read"));
+    EXPECT_TRUE(has_text(r.output, "\"factory_record_readable\":false"));
 }
 
 TEST_F(MemoryTools, MemReadWriteAndDump) {
     auto r = run_vexctl({"mem", "write", "eeprom", "0x40", "DE:AD:BE:EF"});
     EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(has(r.output, "write-protected")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "write-protected"));
     EXPECT_TRUE(far::pin_high(sim(), 4));
     r = run_vexctl({"mem", "write", "eeprom", "0x40", "DE:AD:BE:EF", "--unprotect"});
     ASSERT_EQ(r.status, 0) << r.output;
@@ -57,7 +56,7 @@ TEST_F(MemoryTools, MemReadWriteAndDump) {
 
     r = run_vexctl({"mem", "read", "eeprom", "0x3E", "8"});
     ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_TRUE(has(r.output, "0000003E  ff ff de ad be ef ff ff")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "0000003E  ff ff de ad be ef ff ff"));
 
     const std::string in = base_dir() + "/in.bin";
     std::ofstream(in, std::ios::binary) << std::string("\x01\x02\x03", 3);
@@ -68,7 +67,7 @@ TEST_F(MemoryTools, MemReadWriteAndDump) {
     const std::string out = base_dir() + "/eeprom.bin";
     r = run_vexctl({"mem", "dump", "eeprom", out, "--progress"});
     ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_TRUE(has(r.output, "100%  8192 / 8192 bytes")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "100%  8192 / 8192 bytes"));
     std::ifstream f(out, std::ios::binary);
     const std::vector<uint8_t> dumped((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
     EXPECT_EQ(dumped, far::contents(sim(), Chip::Eeprom, 0, 8192));
@@ -77,7 +76,7 @@ TEST_F(MemoryTools, MemReadWriteAndDump) {
     std::ofstream(out, std::ios::binary) << "old";
     r = run_vexctl({"mem", "dump", "eeprom", out, "-q"});
     EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(has(r.output, "error 0x11007")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "error 0x11007"));
     std::ifstream kept(out);
     EXPECT_EQ(std::string((std::istreambuf_iterator<char>(kept)), std::istreambuf_iterator<char>()), "old")
         << "a failed dump leaves the file as it was";
@@ -97,7 +96,7 @@ TEST_F(MemoryTools, BadCommandLinesExitTwo) {
     }
     auto r = run_vexctl({"mem", "read", "nvram", "30", "1"});
     EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(has(r.output, "Accesses invalid NVRAM address")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "Accesses invalid NVRAM address"));
 }
 
 TEST_F(MemoryTools, VexsimFaultsAndChips) {
@@ -124,9 +123,9 @@ TEST_F(MemoryTools, VexsimFaultsAndChips) {
 
     r = run_vexsim({"chips"});
     ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_TRUE(has(r.output, "EEPROM: 16384 bytes")) << r.output;
-    EXPECT_TRUE(has(r.output, "acknowledges 0 more bytes")) << r.output;
-    EXPECT_TRUE(has(r.output, "SRAM: 524288 bytes")) << r.output;
+    EXPECT_TRUE(has_text(r.output, "EEPROM: 16384 bytes"));
+    EXPECT_TRUE(has_text(r.output, "acknowledges 0 more bytes"));
+    EXPECT_TRUE(has_text(r.output, "SRAM: 524288 bytes"));
 }
 
 }  // namespace
