@@ -6,7 +6,7 @@
 
 #include "platform/text_codec.h"
 #include "sim/far_side.h"
-#include "tests/support/sim_fixture.h"
+#include "tests/services/services_fixture.h"
 #include "vexsdk.h"
 
 namespace {
@@ -91,10 +91,7 @@ TEST_F(DeviceInfo, ABadCrcOrAnUnreadableRecordSaysSo) {
     EXPECT_EQ(text(vex_GetSerialNumber), "5A5A5A5A5A5A5A5A");
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_EEPROM_ADDRESS) << "only the system-form note, no code of its own";
 
-    vex::sim::ChipFaults f{};
-    f.ack_budget = -1;
-    f.no_ack = 1;
-    far::set_faults(sim(), Chip::Eeprom, f);
+    far::set_faults(sim(), Chip::Eeprom, vex::test::kSilentChip);
     EXPECT_EQ(text(vex_GetOSVersion), "255255255255");
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_EEPROM_READ);
     EXPECT_EQ(mac(1), "FFFFFFFFFFFF");
@@ -132,10 +129,7 @@ TEST_F(DeviceInfo, SetMacChangesOnlyItsSixBytesAndLeavesTheEepromProtected) {
     EXPECT_FALSE(_vex_set_mac_address(0, L"001122334455"));
     EXPECT_EQ(far::contents(sim(), Chip::Eeprom, 0, 0x4000), after) << "bad input writes nothing";
 
-    vex::sim::ChipFaults f{};
-    f.ack_budget = -1;
-    f.no_ack = 1;
-    far::set_faults(sim(), Chip::Eeprom, f);
+    far::set_faults(sim(), Chip::Eeprom, vex::test::kSilentChip);
     EXPECT_FALSE(_vex_set_mac_address(2, L"001122334455"));
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_EEPROM_READ) << "a record that cannot be read is not written back";
 }

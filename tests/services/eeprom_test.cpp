@@ -20,7 +20,7 @@
 #include "services/i2c_bus.h"
 #include "services/i2c_lines.h"
 #include "sim/far_side.h"
-#include "tests/support/sim_fixture.h"
+#include "tests/services/services_fixture.h"
 #include "vexsdk.h"
 
 extern char** environ;
@@ -177,11 +177,8 @@ TEST_F(Eeprom, AChipThatStopsAcknowledgingGivesAClearCodeAndNoWedge) {
     const auto aborted = since(mark, ChipLogKind::WriteAborted);
     ASSERT_EQ(aborted.size(), 1u);
     EXPECT_EQ(aborted[0].length, 20u);
-    const auto expect = before;
 
-    f.ack_budget = -1;
-    f.no_ack = 1;
-    far::set_faults(sim(), Chip::Eeprom, f);
+    far::set_faults(sim(), Chip::Eeprom, vex::test::kSilentChip);
     std::vector<uint8_t> got(16, 0xAB);
     const auto t0 = std::chrono::steady_clock::now();
     EXPECT_FALSE(vex_ReadMemory(0x400, got.data(), 16, VEX_MEMORY_EEPROM));
@@ -189,10 +186,9 @@ TEST_F(Eeprom, AChipThatStopsAcknowledgingGivesAClearCodeAndNoWedge) {
     EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(20)) << "polling is bounded";
     EXPECT_EQ(got, std::vector<uint8_t>(16, 0xAB)) << "a chip that never answered left the buffer alone";
 
-    f.no_ack = 0;
-    far::set_faults(sim(), Chip::Eeprom, f);
+    far::set_faults(sim(), Chip::Eeprom, vex::test::kHealthyChip);
     ASSERT_TRUE(vex_ReadMemory(0x400, got.data(), 16, VEX_MEMORY_EEPROM)) << "the bus works again at once";
-    EXPECT_EQ(got, std::vector<uint8_t>(expect.begin(), expect.begin() + 16));
+    EXPECT_EQ(got, std::vector<uint8_t>(before.begin(), before.begin() + 16));
 }
 
 TEST_F(Eeprom, AWriteCycleLongerThanThePollLimitFailsThePageAfterIt) {
@@ -209,11 +205,7 @@ TEST_F(Eeprom, AWriteCycleLongerThanThePollLimitFailsThePageAfterIt) {
 
 TEST_F(Eeprom, StuckBitsShowInWhatIsRead) {
     far::fill(sim(), Chip::Eeprom, 0x20, {0x00, 0xFF, 0x5A});
-    vex::sim::ChipFaults f{};
-    f.ack_budget = -1;
-    f.stuck_mask = 0x81;
-    f.stuck_value = 0x01;
-    far::set_faults(sim(), Chip::Eeprom, f);
+    far::set_faults(sim(), Chip::Eeprom, vex::test::stuck_bits(0x81, 0x01));
     uint8_t got[3] = {};
     ASSERT_TRUE(vex_ReadMemory(0x20, got, 3, VEX_MEMORY_EEPROM));
     EXPECT_EQ(got[0], 0x01);

@@ -37,7 +37,7 @@ TEST_F(MemoryTools, DevicePrintsTheDefaultControllersIdentity) {
     r = run_vexctl({"device", "set-mac", "3", "001122AABBCC"});
     EXPECT_EQ(r.status, 2) << r.output;
 
-    far::set_faults(sim(), Chip::Eeprom, {1, 0, 0, 0, -1});
+    far::set_faults(sim(), Chip::Eeprom, vex::test::kSilentChip);
     r = run_vexctl({"device", "--json"});
     EXPECT_EQ(r.status, 0);
     EXPECT_TRUE(has_text(r.output, "could not be read"));
@@ -72,7 +72,7 @@ TEST_F(MemoryTools, MemReadWriteAndDump) {
     const std::vector<uint8_t> dumped((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
     EXPECT_EQ(dumped, far::contents(sim(), Chip::Eeprom, 0, 8192));
 
-    far::set_faults(sim(), Chip::Eeprom, {1, 0, 0, 0, -1});
+    far::set_faults(sim(), Chip::Eeprom, vex::test::kSilentChip);
     std::ofstream(out, std::ios::binary) << "old";
     r = run_vexctl({"mem", "dump", "eeprom", out, "-q"});
     EXPECT_EQ(r.status, 1);

@@ -1,6 +1,6 @@
 // Helpers for the controller services' tests: the trace of the test's
 // virtual controller, read from the board's side; registry text settings;
-// the Ethernet link state and a wait for it to change.
+// chip faults; the Ethernet link state and a wait for it to change.
 #pragma once
 
 #include <chrono>
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "services/link_monitor.h"
+#include "sim/chip_state.h"
 #include "sim/services_state.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
@@ -47,6 +48,12 @@ inline uint64_t now_ms() {
                                      std::chrono::steady_clock::now().time_since_epoch())
                                      .count());
 }
+
+// Chip faults: a chip that acknowledges nothing, a healthy one, and one
+// whose answers have bits stuck.
+inline constexpr sim::ChipFaults kSilentChip{1, 0, 0, 0, -1};
+inline constexpr sim::ChipFaults kHealthyChip{0, 0, 0, 0, -1};
+inline constexpr sim::ChipFaults stuck_bits(uint8_t mask, uint8_t value) { return {0, mask, value, 0, -1}; }
 
 // Stores `text` (ASCII) as a string value at `path`, terminator included.
 inline void set_reg_text(const std::wstring& path, const std::string& text) {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "sim/far_side.h"
-#include "tests/support/sim_fixture.h"
+#include "tests/services/services_fixture.h"
 #include "vexsdk.h"
 
 namespace {
@@ -77,11 +77,7 @@ TEST_F(Sram, StuckBitsAndPersistence) {
     ASSERT_TRUE(vex_ReadMemory(0x100, got.data(), 64, VEX_MEMORY_SRAM));
     EXPECT_EQ(got, data) << "battery-backed: kept over a power cycle";
 
-    vex::sim::ChipFaults f{};
-    f.ack_budget = -1;
-    f.stuck_mask = 0x10;
-    f.stuck_value = 0x00;
-    far::set_faults(sim(), Chip::Sram, f);
+    far::set_faults(sim(), Chip::Sram, vex::test::stuck_bits(0x10, 0x00));
     ASSERT_TRUE(vex_ReadMemory(0x100, got.data(), 64, VEX_MEMORY_SRAM));
     for (size_t i = 0; i < 64; ++i) EXPECT_EQ(got[i], data[i] & 0xEF) << i;
     EXPECT_EQ(chip(0x10100, 64), data) << "the fault is in the answer, not the contents";
@@ -168,11 +164,7 @@ TEST_F(Nvram, KeptOverPowerCycleAndStuckBitsReadBack) {
     ASSERT_TRUE(vex_WriteMemory(10, v, 3, VEX_MEMORY_NVRAM));
     std::string error;
     ASSERT_TRUE(sim().power_cycle(&error)) << error;
-    vex::sim::ChipFaults f{};
-    f.ack_budget = -1;
-    f.stuck_mask = 0x01;
-    f.stuck_value = 0x01;
-    far::set_faults(sim(), Chip::Nvram, f);
+    far::set_faults(sim(), Chip::Nvram, vex::test::stuck_bits(0x01, 0x01));
     uint8_t got[3] = {};
     ASSERT_TRUE(vex_ReadMemory(10, got, 3, VEX_MEMORY_NVRAM));
     EXPECT_EQ(got[0], 0x0F);
