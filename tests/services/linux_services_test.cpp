@@ -179,14 +179,11 @@ std::vector<uint8_t> card_image() {
     return img;
 }
 
+// Lines of /proc/filesystems are "nodev\tname" or "\tname".
 bool kernel_has(const std::string& file_system) {
     std::ifstream in("/proc/filesystems");
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.size() >= file_system.size() && line.compare(line.size() - file_system.size(), std::string::npos, file_system) == 0 &&
-            (line.size() == file_system.size() || line[line.size() - file_system.size() - 1] == '\t'))
-            return true;
-    }
+    for (std::string line; std::getline(in, line);)
+        if (line.substr(line.rfind('\t') + 1) == file_system) return true;
     return false;
 }
 
@@ -229,6 +226,12 @@ protected:
         detach();
     }
 
+    // Without a FAT driver in the kernel, the partition becomes ext2.
+    bool mountable() {
+        if (kernel_has("vfat")) return true;
+        std::fprintf(stderr, "note: this kernel has no FAT driver; mounting an ext2 file system instead\n");
+        return shell("mke2fs -q -F -t ext2 -L VEXTEST /dev/" + part_);
+    }
     static void write_file(const fs::path& path, const std::vector<uint8_t>& bytes, size_t from) {
         std::ofstream(path, std::ios::binary)
             .write(reinterpret_cast<const char*>(bytes.data() + from), static_cast<std::streamsize>(bytes.size() - from));
@@ -294,11 +297,7 @@ TEST_F(LoopCard, CardIsDescribedMountedAndUnmounted) {
     EXPECT_STREQ(label, L"VEXTEST");
     EXPECT_FALSE(vex_SDMount((part + L"0").c_str())) << "no such partition";
 
-    if (!kernel_has("vfat")) {
-        if (!shell("mke2fs -q -F -t ext2 -L VEXTEST /dev/" + part_))
-            GTEST_SKIP() << "this kernel mounts no FAT and mke2fs is missing: mounting not tried";
-        std::fprintf(stderr, "note: this kernel has no FAT driver; mounting an ext2 file system instead\n");
-    }
+    if (!mountable()) GTEST_SKIP() << "this kernel mounts no FAT and mke2fs is missing: mounting not tried";
     ASSERT_TRUE(vex_SDMount(part.c_str()));
     EXPECT_TRUE(vex_SDExists());
     EXPECT_FALSE(vex_SDMount(part.c_str())) << "already mounted there";
@@ -318,8 +317,7 @@ TEST_F(LoopCard, RefusedMountsAndUnmountsAnswerFalseAndChangeNothing) {
     using vex::plat::oscalls::ServiceCalls;
     using vex::test::Fault;
     const std::wstring part(part_.begin(), part_.end());
-    if (!kernel_has("vfat") && !shell("mke2fs -q -F -t ext2 -L VEXTEST /dev/" + part_))
-        GTEST_SKIP() << "this kernel mounts no FAT and mke2fs is missing: mounting not tried";
+    if (!mountable()) GTEST_SKIP() << "this kernel mounts no FAT and mke2fs is missing: mounting not tried";
     {
         Fault<&ServiceCalls::mkdir> f(vex::plat::oscalls::table());
         f.fail_nth(1, EACCES);
