@@ -10,17 +10,16 @@
 
 #include <atomic>
 #include <cstdarg>
-#include <filesystem>
 #include <thread>
 
 #include "frame/library.h"
 #include "platform/interrupt.h"
 #include "platform/linux/irq_calls.h"
-#include "platform/shared_section.h"
 #include "platform/system.h"
-#include "platform/target.h"
 #include "platform/thread_priority.h"
 #include "sim/models/models.h"
+#include "tests/support/fault_shim.h"
+#include "tests/support/physmem_file.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 
@@ -36,12 +35,6 @@ int32_t count_and_acknowledge() {
 bool wait_calls(int n) {
     for (int i = 0; i < 5000 && g_calls.load() < n; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return g_calls.load() >= n;
-}
-
-int open_descriptors() {
-    int n = 0;
-    for (const auto& e : std::filesystem::directory_iterator("/proc/self/fd")) n += !e.path().empty();
-    return n;
 }
 
 TEST(Priority, ControllerScaleMapsOntoSchedFifo) {
@@ -92,58 +85,37 @@ TEST(Priority, WithoutRealtimeRights) {
 
 // ---- The hardware target's UIO devices -----------------------------------
 
-constexpr off_t kWindow = 0x17000000;
+constexpr uint64_t kWindow = 0x17000000;
 
 class Uio : public ::testing::Test {
 protected:
     void SetUp() override {
-        char templ[] = "/tmp/vexsdk-uio-XXXXXX";
-        ASSERT_NE(::mkdtemp(templ), nullptr);
-        dir_ = templ;
-        fd_ = ::open((dir_ + "/physmem").c_str(), O_RDWR | O_CREAT, 0600);
-        ASSERT_GE(fd_, 0);
-        ASSERT_EQ(::ftruncate(fd_, kWindow + 0x10000), 0);
-        poke(kWindow + 0x9046, 0x07);  // eight slots
-        poke(kWindow + 0x9008, 0x00);
-        ASSERT_EQ(::mkfifo((dir_ + "/vex-slot2").c_str(), 0600), 0);
-        ::setenv("VEXSDK_TARGET", "hw", 1);
-        ::setenv("VEXSDK_PHYSMEM", (dir_ + "/physmem").c_str(), 1);
-        ::setenv("VEXSDK_REGISTRY", (dir_ + "/registry.db").c_str(), 1);
-        ::setenv("VEXSDK_UIO", dir_.c_str(), 1);
-        plat::reload_target();
-        frame::library_attach();
+        mem.poke8(kWindow + 0x9046, 0x07);  // eight slots
+        ASSERT_EQ(::mkfifo((mem.dir() + "/vex-slot2").c_str(), 0600), 0);
+        ::setenv("VEXSDK_UIO", mem.dir().c_str(), 1);
+        mem.attach_library();
     }
     void TearDown() override {
-        frame::library_detach();
-        plat::remove_shared_objects(plat::hw_object_prefix());
-        ::close(fd_);
-        std::filesystem::remove_all(dir_);
-        for (const char* v : {"VEXSDK_PHYSMEM", "VEXSDK_REGISTRY", "VEXSDK_UIO"}) ::unsetenv(v);
+        mem.detach_library();
+        ::unsetenv("VEXSDK_UIO");
     }
-    void poke(off_t at, uint8_t v) { ASSERT_EQ(::pwrite(fd_, &v, 1, at), 1); }
-    uint8_t peek(off_t at) {
-        uint8_t v = 0;
-        EXPECT_EQ(::pread(fd_, &v, 1, at), 1);
-        return v;
-    }
-    std::string dir_;
-    int fd_ = -1;
+    PhysMemFile mem;
 };
 
 TEST_F(Uio, InterruptsArriveThroughTheDeviceAndAreAcknowledgedOnTheBus) {
     g_calls = 0;
     ASSERT_TRUE(vex_RegisterSlotInterrupt(2, count_and_acknowledge));
     vex_EnableSlotInterrupt(2, 1);
-    EXPECT_EQ(peek(kWindow + 0x9010), 0x04);
-    const int device = ::open((dir_ + "/vex-slot2").c_str(), O_WRONLY | O_NONBLOCK);
+    EXPECT_EQ(mem.peek8(kWindow + 0x9010), 0x04);
+    const int device = ::open((mem.dir() + "/vex-slot2").c_str(), O_WRONLY | O_NONBLOCK);
     ASSERT_GE(device, 0);
     const uint32_t count = 1;
     ASSERT_EQ(::write(device, &count, 4), 4);
     ASSERT_TRUE(wait_calls(1));
-    for (int i = 0; i < 5000 && peek(kWindow + 0x9006) != 0xFF; ++i)
+    for (int i = 0; i < 5000 && mem.peek8(kWindow + 0x9006) != 0xFF; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_EQ(peek(kWindow + 0x9012), 0x04) << "the latch bit written";
-    EXPECT_EQ(peek(kWindow + 0x9006), 0xFF) << "then the end of interrupt";
+    EXPECT_EQ(mem.peek8(kWindow + 0x9012), 0x04) << "the latch bit written";
+    EXPECT_EQ(mem.peek8(kWindow + 0x9006), 0xFF) << "then the end of interrupt";
     ::close(device);
     EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
 }
@@ -188,7 +160,7 @@ using FailingCalls = SimFixture;
 TEST_F(FailingCalls, RegistrationFailsCleanlyAtEveryStep) {
     g_real = plat::irq_calls();
     frame::library_detach();
-    const int baseline = open_descriptors();
+    const int baseline = holdings().descriptors;
     int failures = 0;
     for (g_fail_at = 1; g_fail_at < 64; ++g_fail_at) {
         g_seen = 0;
@@ -204,7 +176,7 @@ TEST_F(FailingCalls, RegistrationFailsCleanlyAtEveryStep) {
         const bool ok = vex_RegisterSlotInterrupt(1, count_and_acknowledge);
         frame::library_detach();
         plat::reset_irq_calls();
-        EXPECT_EQ(open_descriptors(), baseline) << "after failing call " << g_fail_at;
+        EXPECT_EQ(holdings().descriptors, baseline) << "after failing call " << g_fail_at;
         if (ok && g_seen < g_fail_at) break;  // every call succeeded this time
         failures += !ok;
     }
