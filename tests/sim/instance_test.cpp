@@ -123,9 +123,6 @@ TEST(SimInstanceNames, InvalidNamesAreRefused) {
     EXPECT_NE(vex::plat::target_problem(std::string("x\xff\n", 3)).find("x\\xFF\\x0A"), std::string::npos);
 }
 
-}  // namespace
-
-namespace {
 
 TEST_F(SimInstance, StateOfAnIncompatibleBuildIsReplacedOnlyWhenNobodyHostsIt) {
     sim().state().layout = vex::sim::kStateLayout + 1;  // as an older build would have left it
@@ -138,10 +135,6 @@ TEST_F(SimInstance, StateOfAnIncompatibleBuildIsReplacedOnlyWhenNobodyHostsIt) {
     EXPECT_EQ(sim().read8(0x1000), 0x2F);
 }
 
-}  // namespace
-
-
-namespace {
 
 TEST_F(SimInstance, FarEndModemLinesFromVexsim) {
     auto r = vex::test::run_vexsim({"set", "lines", "COM2", "--ring", "--cts"});
@@ -155,9 +148,6 @@ TEST_F(SimInstance, FarEndModemLinesFromVexsim) {
     EXPECT_NE(vex::test::run_vexsim({"set", "lines", "COM7:"}).status, 0) << "no such port";
 }
 
-}  // namespace
-
-namespace {
 
 TEST_F(SimInstance, StateOfAProcessOfAnotherWordSizeIsRefusedNeverReplaced) {
     // The tag a process of the other word size leaves in the state's lock.
