@@ -10,9 +10,13 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdio>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "frame/library.h"
+#include "irq/service_thread.h"
 #include "platform/interrupt.h"
 #include "platform/linux/irq_calls.h"
 #include "platform/system.h"
@@ -38,14 +42,9 @@ bool wait_calls(int n) {
 }
 
 TEST(Priority, ControllerScaleMapsOntoSchedFifo) {
-    EXPECT_EQ(plat::sched_fifo_priority(0), 99);
-    EXPECT_EQ(plat::sched_fifo_priority(50), 80);
-    EXPECT_EQ(plat::sched_fifo_priority(100), 60);
-    EXPECT_EQ(plat::sched_fifo_priority(247), 1);
-    EXPECT_EQ(plat::sched_fifo_priority(248), 0) << "the normal range";
-    EXPECT_EQ(plat::sched_fifo_priority(255), 0);
-    EXPECT_EQ(plat::sched_fifo_priority(256), -1);
-    EXPECT_EQ(plat::sched_fifo_priority(-1), -1);
+    // The scale's ends and middle, the normal range, and values off it.
+    const std::pair<int, int> scale[] = {{0, 99}, {50, 80}, {100, 60}, {247, 1}, {248, 0}, {255, 0}, {256, -1}, {-1, -1}};
+    for (const auto& [level, fifo] : scale) EXPECT_EQ(plat::sched_fifo_priority(level), fifo) << level;
 }
 
 // ---- Without real-time rights (run in a child process of its own) -------
@@ -120,13 +119,90 @@ TEST_F(Uio, InterruptsArriveThroughTheDeviceAndAreAcknowledgedOnTheBus) {
     EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
 }
 
-TEST_F(Uio, AMissingDeviceIsNamed) {
-    EXPECT_FALSE(vex_RegisterSlotInterrupt(3, count_and_acknowledge));
+// A code no call of the library records, to see that none was recorded.
+constexpr uint32_t kUntouched = 0x5EED;
+
+// Registers slot 2; a failed registration is undone by the program too (it
+// was never registered, so unregistering says FALSE). Service threads are
+// joined later, holding their event until then.
+bool register_slot(uint32_t& code) {
+    vex_SetLastError(kUntouched);
+    const bool ok = vex_RegisterSlotInterrupt(2, count_and_acknowledge);
+    if (!ok) code = vex_GetLastError();
+    EXPECT_EQ(vex_UnregisterSlotInterrupt(2), ok ? VEX_TRUE : VEX_FALSE);
+    EXPECT_EQ(irq::settle_service_threads(5000), 0);
+    return ok;
+}
+
+TEST_F(Uio, ADeviceMissingOrThatCannotBeOpenedFailsTheRegistrationAndNothingElse) {
+    EXPECT_FALSE(vex_RegisterSlotInterrupt(3, count_and_acknowledge)) << "no vex-slot3";
     std::string why;
     const int event = ::eventfd(0, 0);
     EXPECT_FALSE(plat::bind_interrupt(plat::kIrqSlot0 + 3, event, &why));
     EXPECT_NE(why.find("vex-slot3"), std::string::npos) << why;
     ::close(event);
+
+    uint32_t code = 0;
+    // The first registration starts the dispatch thread, which stays.
+    ASSERT_TRUE(register_slot(code));
+    Fault<&plat::IrqCalls::open> f(plat::irq_table());
+    const long calls = fail_each_call(
+        f, EACCES, [&] { return register_slot(code); },
+        [&](long n, bool ok) {
+            EXPECT_FALSE(ok) << "open " << n;
+            EXPECT_EQ(code, kUntouched) << "the registration fails without a code";
+        });
+    EXPECT_EQ(calls, 1);
+}
+
+// Reads of one descriptor fail with EIO while g_failing_fd names it.
+std::atomic<int> g_failing_fd{-1};
+std::atomic<long> g_failed_reads{0};
+ssize_t (*g_real_read)(int, void*, size_t) = nullptr;
+ssize_t failing_read(int fd, void* buf, size_t n) {
+    if (fd != g_failing_fd.load()) return g_real_read(fd, buf, n);
+    g_failed_reads.fetch_add(1);
+    errno = EIO;
+    return -1;
+}
+
+// The descriptor of this process open on `path`, or -1.
+int descriptor_of(const std::string& path) {
+    for (int fd = 0; fd < 1024; ++fd) {
+        char link[64], target[512] = {};
+        std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+        const ssize_t n = ::readlink(link, target, sizeof target - 1);
+        if (n > 0 && path == target) return fd;
+    }
+    return -1;
+}
+
+TEST_F(Uio, FailingReadsLoseNoInterruptAndDoNotSpin) {
+    g_calls = 0;
+    g_real_read = plat::irq_calls().read;
+    plat::irq_calls().read = failing_read;  // before any thread of the backend runs
+    ASSERT_TRUE(vex_RegisterSlotInterrupt(2, count_and_acknowledge));
+    vex_EnableSlotInterrupt(2, 1);
+    const std::string fifo = mem.dir() + "/vex-slot2";
+    const int device = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(device, 0);
+    g_failing_fd = descriptor_of(fifo);
+    ASSERT_GE(g_failing_fd.load(), 0);
+    const uint32_t count = 1;
+    ASSERT_EQ(::write(device, &count, sizeof count), 4);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(g_calls.load(), 0);
+    EXPECT_GE(g_failed_reads.load(), 1);
+    // A waiter that took it again at once would have read thousands of times.
+    EXPECT_LT(g_failed_reads.load(), 100) << "reads retried without a pause";
+    g_failing_fd = -1;
+    EXPECT_TRUE(wait_calls(1)) << "the interrupt was lost";
+    EXPECT_EQ(g_calls.load(), 1);
+    ::close(device);
+    EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
+    EXPECT_EQ(irq::settle_service_threads(5000), 0);
+    // The shim stays: disarmed it passes every read on, and the dispatch
+    // thread that calls through it runs until the library unloads.
 }
 
 // ---- System calls that fail ------------------------------------------------
