@@ -88,7 +88,7 @@ void each_start_call_fails(int err, bool survivable = false) {
         [&](long n, bool ok) {
             EXPECT_EQ(seen.answer, 0) << "a monitor that could not start still answers";
             if (ok) return;  // the thread's own call, or a loss the monitor recovered from
-            EXPECT_EQ(seen.state, 0) << "and says the link is down";  // the thread's own call, or a loss the monitor recovered from
+            EXPECT_EQ(seen.state, 0) << "and says the link is down";
             EXPECT_FALSE(survivable) << "call " << n << ": " << seen.problem;
             EXPECT_TRUE(has(seen.problem, " failed: ") || has(seen.problem, "link dump"))
                 << "call " << n << " failed and the problem says: " << seen.problem;
