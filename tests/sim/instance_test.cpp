@@ -79,19 +79,6 @@ TEST_F(SimInstance, OutOfWindowAccessesFloat) {
     EXPECT_EQ(sim().read16(0xFFFF), 0xFF00 | sim().read8(0xFFFF));
 }
 
-TEST_F(SimInstance, ShowAndTraceFromAnotherProcess) {
-    sim().write8(0x9004, 0xFB);
-    auto r = vex::test::run_vexsim({"show"});
-    ASSERT_EQ(r.status, 0) << r.output;
-    EXPECT_NE(r.output.find("slot 0: bus module 8132, ID 0x2F"), std::string::npos) << r.output;
-    EXPECT_NE(r.output.find("slot 3: serial module"), std::string::npos);
-    EXPECT_NE(r.output.find("slot3  4308 at address 00"), std::string::npos) << r.output;
-    EXPECT_NE(r.output.find("slot select 0xFB"), std::string::npos);
-    r = vex::test::run_vexsim({"trace", "-n", "1"});
-    EXPECT_NE(r.output.find("backplane SLOT_SELECT <- 0xFB"), std::string::npos) << r.output;
-    EXPECT_NE(r.output.find("pid " + std::to_string(::getpid())), std::string::npos) << r.output;
-}
-
 TEST(SimInstanceNames, InvalidNamesAreRefused) {
     for (const char* bad : {"", "..", "a/b", "x y", "name\n"}) {
         std::string error;
