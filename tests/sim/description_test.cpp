@@ -1,3 +1,4 @@
+// Descriptions as text: the built-in default, every form, and every mistake refused.
 #include <gtest/gtest.h>
 
 #include "sim/description.h"
