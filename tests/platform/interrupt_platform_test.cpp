@@ -10,17 +10,20 @@
 
 #include <atomic>
 #include <cstdarg>
-#include <filesystem>
+#include <cstdio>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "frame/library.h"
+#include "irq/service_thread.h"
 #include "platform/interrupt.h"
 #include "platform/linux/irq_calls.h"
-#include "platform/shared_section.h"
 #include "platform/system.h"
-#include "platform/target.h"
 #include "platform/thread_priority.h"
 #include "sim/models/models.h"
+#include "tests/support/fault_shim.h"
+#include "tests/support/physmem_file.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 
@@ -38,21 +41,10 @@ bool wait_calls(int n) {
     return g_calls.load() >= n;
 }
 
-int open_descriptors() {
-    int n = 0;
-    for (const auto& e : std::filesystem::directory_iterator("/proc/self/fd")) n += !e.path().empty();
-    return n;
-}
-
 TEST(Priority, ControllerScaleMapsOntoSchedFifo) {
-    EXPECT_EQ(plat::sched_fifo_priority(0), 99);
-    EXPECT_EQ(plat::sched_fifo_priority(50), 80);
-    EXPECT_EQ(plat::sched_fifo_priority(100), 60);
-    EXPECT_EQ(plat::sched_fifo_priority(247), 1);
-    EXPECT_EQ(plat::sched_fifo_priority(248), 0) << "the normal range";
-    EXPECT_EQ(plat::sched_fifo_priority(255), 0);
-    EXPECT_EQ(plat::sched_fifo_priority(256), -1);
-    EXPECT_EQ(plat::sched_fifo_priority(-1), -1);
+    // The scale's ends and middle, the normal range, and values off it.
+    const std::pair<int, int> scale[] = {{0, 99}, {50, 80}, {100, 60}, {247, 1}, {248, 0}, {255, 0}, {256, -1}, {-1, -1}};
+    for (const auto& [level, fifo] : scale) EXPECT_EQ(plat::sched_fifo_priority(level), fifo) << level;
 }
 
 // ---- Without real-time rights (run in a child process of its own) -------
@@ -92,69 +84,125 @@ TEST(Priority, WithoutRealtimeRights) {
 
 // ---- The hardware target's UIO devices -----------------------------------
 
-constexpr off_t kWindow = 0x17000000;
+constexpr uint64_t kWindow = 0x17000000;
 
 class Uio : public ::testing::Test {
 protected:
     void SetUp() override {
-        char templ[] = "/tmp/vexsdk-uio-XXXXXX";
-        ASSERT_NE(::mkdtemp(templ), nullptr);
-        dir_ = templ;
-        fd_ = ::open((dir_ + "/physmem").c_str(), O_RDWR | O_CREAT, 0600);
-        ASSERT_GE(fd_, 0);
-        ASSERT_EQ(::ftruncate(fd_, kWindow + 0x10000), 0);
-        poke(kWindow + 0x9046, 0x07);  // eight slots
-        poke(kWindow + 0x9008, 0x00);
-        ASSERT_EQ(::mkfifo((dir_ + "/vex-slot2").c_str(), 0600), 0);
-        ::setenv("VEXSDK_TARGET", "hw", 1);
-        ::setenv("VEXSDK_PHYSMEM", (dir_ + "/physmem").c_str(), 1);
-        ::setenv("VEXSDK_REGISTRY", (dir_ + "/registry.db").c_str(), 1);
-        ::setenv("VEXSDK_UIO", dir_.c_str(), 1);
-        plat::reload_target();
-        frame::library_attach();
+        mem.poke8(kWindow + 0x9046, 0x07);  // eight slots
+        ASSERT_EQ(::mkfifo((mem.dir() + "/vex-slot2").c_str(), 0600), 0);
+        ::setenv("VEXSDK_UIO", mem.dir().c_str(), 1);
+        mem.attach_library();
     }
     void TearDown() override {
-        frame::library_detach();
-        plat::remove_shared_objects(plat::hw_object_prefix());
-        ::close(fd_);
-        std::filesystem::remove_all(dir_);
-        for (const char* v : {"VEXSDK_PHYSMEM", "VEXSDK_REGISTRY", "VEXSDK_UIO"}) ::unsetenv(v);
+        mem.detach_library();
+        ::unsetenv("VEXSDK_UIO");
     }
-    void poke(off_t at, uint8_t v) { ASSERT_EQ(::pwrite(fd_, &v, 1, at), 1); }
-    uint8_t peek(off_t at) {
-        uint8_t v = 0;
-        EXPECT_EQ(::pread(fd_, &v, 1, at), 1);
-        return v;
-    }
-    std::string dir_;
-    int fd_ = -1;
+    PhysMemFile mem;
 };
 
 TEST_F(Uio, InterruptsArriveThroughTheDeviceAndAreAcknowledgedOnTheBus) {
     g_calls = 0;
     ASSERT_TRUE(vex_RegisterSlotInterrupt(2, count_and_acknowledge));
     vex_EnableSlotInterrupt(2, 1);
-    EXPECT_EQ(peek(kWindow + 0x9010), 0x04);
-    const int device = ::open((dir_ + "/vex-slot2").c_str(), O_WRONLY | O_NONBLOCK);
+    EXPECT_EQ(mem.peek8(kWindow + 0x9010), 0x04);
+    const int device = ::open((mem.dir() + "/vex-slot2").c_str(), O_WRONLY | O_NONBLOCK);
     ASSERT_GE(device, 0);
     const uint32_t count = 1;
     ASSERT_EQ(::write(device, &count, 4), 4);
     ASSERT_TRUE(wait_calls(1));
-    for (int i = 0; i < 5000 && peek(kWindow + 0x9006) != 0xFF; ++i)
+    for (int i = 0; i < 5000 && mem.peek8(kWindow + 0x9006) != 0xFF; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_EQ(peek(kWindow + 0x9012), 0x04) << "the latch bit written";
-    EXPECT_EQ(peek(kWindow + 0x9006), 0xFF) << "then the end of interrupt";
+    EXPECT_EQ(mem.peek8(kWindow + 0x9012), 0x04) << "the latch bit written";
+    EXPECT_EQ(mem.peek8(kWindow + 0x9006), 0xFF) << "then the end of interrupt";
     ::close(device);
     EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
 }
 
-TEST_F(Uio, AMissingDeviceIsNamed) {
-    EXPECT_FALSE(vex_RegisterSlotInterrupt(3, count_and_acknowledge));
+// A code no call of the library records, to see that none was recorded.
+constexpr uint32_t kUntouched = 0x5EED;
+
+// Registers slot 2; a failed registration is undone by the program too (it
+// was never registered, so unregistering says FALSE). Service threads are
+// joined later, holding their event until then.
+bool register_slot(uint32_t& code) {
+    vex_SetLastError(kUntouched);
+    const bool ok = vex_RegisterSlotInterrupt(2, count_and_acknowledge);
+    if (!ok) code = vex_GetLastError();
+    EXPECT_EQ(vex_UnregisterSlotInterrupt(2), ok ? VEX_TRUE : VEX_FALSE);
+    EXPECT_EQ(irq::settle_service_threads(5000), 0);
+    return ok;
+}
+
+TEST_F(Uio, ADeviceMissingOrThatCannotBeOpenedFailsTheRegistrationAndNothingElse) {
+    EXPECT_FALSE(vex_RegisterSlotInterrupt(3, count_and_acknowledge)) << "no vex-slot3";
     std::string why;
     const int event = ::eventfd(0, 0);
     EXPECT_FALSE(plat::bind_interrupt(plat::kIrqSlot0 + 3, event, &why));
     EXPECT_NE(why.find("vex-slot3"), std::string::npos) << why;
     ::close(event);
+
+    uint32_t code = 0;
+    // The first registration starts the dispatch thread, which stays.
+    ASSERT_TRUE(register_slot(code));
+    Fault<&plat::IrqCalls::open> f(plat::irq_table());
+    const long calls = fail_each_call(
+        f, EACCES, [&] { return register_slot(code); },
+        [&](long n, bool ok) {
+            EXPECT_FALSE(ok) << "open " << n;
+            EXPECT_EQ(code, kUntouched) << "the registration fails without a code";
+        });
+    EXPECT_EQ(calls, 1);
+}
+
+// Reads of one descriptor fail with EIO while g_failing_fd names it.
+std::atomic<int> g_failing_fd{-1};
+std::atomic<long> g_failed_reads{0};
+ssize_t (*g_real_read)(int, void*, size_t) = nullptr;
+ssize_t failing_read(int fd, void* buf, size_t n) {
+    if (fd != g_failing_fd.load()) return g_real_read(fd, buf, n);
+    g_failed_reads.fetch_add(1);
+    errno = EIO;
+    return -1;
+}
+
+// The descriptor of this process open on `path`, or -1.
+int descriptor_of(const std::string& path) {
+    for (int fd = 0; fd < 1024; ++fd) {
+        char link[64], target[512] = {};
+        std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+        const ssize_t n = ::readlink(link, target, sizeof target - 1);
+        if (n > 0 && path == target) return fd;
+    }
+    return -1;
+}
+
+TEST_F(Uio, FailingReadsLoseNoInterruptAndDoNotSpin) {
+    g_calls = 0;
+    g_real_read = plat::irq_calls().read;
+    plat::irq_calls().read = failing_read;  // before any thread of the backend runs
+    ASSERT_TRUE(vex_RegisterSlotInterrupt(2, count_and_acknowledge));
+    vex_EnableSlotInterrupt(2, 1);
+    const std::string fifo = mem.dir() + "/vex-slot2";
+    const int device = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(device, 0);
+    g_failing_fd = descriptor_of(fifo);
+    ASSERT_GE(g_failing_fd.load(), 0);
+    const uint32_t count = 1;
+    ASSERT_EQ(::write(device, &count, sizeof count), 4);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_EQ(g_calls.load(), 0);
+    EXPECT_GE(g_failed_reads.load(), 1);
+    // A waiter that took it again at once would have read thousands of times.
+    EXPECT_LT(g_failed_reads.load(), 100) << "reads retried without a pause";
+    g_failing_fd = -1;
+    EXPECT_TRUE(wait_calls(1)) << "the interrupt was lost";
+    EXPECT_EQ(g_calls.load(), 1);
+    ::close(device);
+    EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
+    EXPECT_EQ(irq::settle_service_threads(5000), 0);
+    // The shim stays: disarmed it passes every read on, and the dispatch
+    // thread that calls through it runs until the library unloads.
 }
 
 // ---- System calls that fail ------------------------------------------------
@@ -188,7 +236,7 @@ using FailingCalls = SimFixture;
 TEST_F(FailingCalls, RegistrationFailsCleanlyAtEveryStep) {
     g_real = plat::irq_calls();
     frame::library_detach();
-    const int baseline = open_descriptors();
+    const int baseline = holdings().descriptors;
     int failures = 0;
     for (g_fail_at = 1; g_fail_at < 64; ++g_fail_at) {
         g_seen = 0;
@@ -204,7 +252,7 @@ TEST_F(FailingCalls, RegistrationFailsCleanlyAtEveryStep) {
         const bool ok = vex_RegisterSlotInterrupt(1, count_and_acknowledge);
         frame::library_detach();
         plat::reset_irq_calls();
-        EXPECT_EQ(open_descriptors(), baseline) << "after failing call " << g_fail_at;
+        EXPECT_EQ(holdings().descriptors, baseline) << "after failing call " << g_fail_at;
         if (ok && g_seen < g_fail_at) break;  // every call succeeded this time
         failures += !ok;
     }

@@ -95,6 +95,12 @@ TEST_F(HwWindowFaults, AWindowThatCannotBeOpenedExaminedOrMappedIsNamedAndFloats
 // codes, touching no line; SRAM and NVRAM need no such lock and work.
 using EepromLockFaults = SimFixture;
 
+template <auto Member, typename A, typename C>
+void each_lock_call_fails(int err, A& attempt, C& check) {
+    Fault<Member> f(plat::named_mutex_table());
+    fail_each_call(f, err, attempt, check);
+}
+
 TEST_F(EepromLockFaults, WithoutItsLockTheEepromFailsWithItsCodesAndTheRestWorks) {
     frame::library_detach();
     struct Seen {
@@ -133,18 +139,9 @@ TEST_F(EepromLockFaults, WithoutItsLockTheEepromFailsWithItsCodesAndTheRestWorks
         EXPECT_FALSE(seen.read);
         EXPECT_EQ(seen.read_code, VEX_ERR_EEPROM_READ);
     };
-    {
-        Fault<&NamedMutexCalls::shm_open> f(plat::named_mutex_table());
-        fail_each_call(f, EMFILE, attempt, check);
-    }
-    {
-        Fault<&NamedMutexCalls::mmap> f(plat::named_mutex_table());
-        fail_each_call(f, ENOMEM, attempt, check);
-    }
-    {
-        Fault<&NamedMutexCalls::flock> f(plat::named_mutex_table());
-        fail_each_call(f, ENOLCK, attempt, check);
-    }
+    each_lock_call_fails<&NamedMutexCalls::shm_open>(EMFILE, attempt, check);
+    each_lock_call_fails<&NamedMutexCalls::mmap>(ENOMEM, attempt, check);
+    each_lock_call_fails<&NamedMutexCalls::flock>(ENOLCK, attempt, check);
     EXPECT_GE(lockless, 3) << "the EEPROM lock failed at each of its calls";
     frame::library_attach();
 }

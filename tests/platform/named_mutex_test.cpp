@@ -84,9 +84,6 @@ TEST(NamedMutex, BadNameIsAClearError) {
     EXPECT_NE(error.find("shm_open"), std::string::npos) << error;
 }
 
-}  // namespace
-
-namespace {
 
 // Fails the Nth call through the table (counting every call), with EIO.
 struct Countdown {

@@ -11,6 +11,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <initializer_list>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -28,27 +30,27 @@ namespace {
 // Fault<>, so fail_each_call() drives it.
 class SqliteFault {
 public:
-    explicit SqliteFault(std::vector<std::string> names) : vfs_(sqlite3_vfs_find("unix")) {
+    explicit SqliteFault(std::initializer_list<std::string> names) : vfs_(sqlite3_vfs_find("unix")) {
         for (const std::string& name : names) {
-            sqlite3_syscall_ptr found = vfs_->xGetSystemCall(vfs_, name.c_str());
-            sqlite3_syscall_ptr shim = shim_for(name);
-            if (!found || !shim) continue;  // not used by this build of SQLite
-            reals()[index_of(name)] = found;
-            vfs_->xSetSystemCall(vfs_, name.c_str(), shim);
-            installed_.push_back(name);
+            for (size_t i = 0; i < std::size(kShims); ++i) {
+                if (name != kShims[i].name) continue;
+                real_[i] = vfs_->xGetSystemCall(vfs_, kShims[i].name);
+                if (!real_[i]) continue;  // not used by this build of SQLite
+                vfs_->xSetSystemCall(vfs_, kShims[i].name, kShims[i].shim);
+                installed_.push_back(kShims[i].name);
+            }
         }
         disarm();
     }
     ~SqliteFault() {
-        for (const std::string& name : installed_) vfs_->xSetSystemCall(vfs_, name.c_str(), nullptr);
+        for (const char* name : installed_) vfs_->xSetSystemCall(vfs_, name, nullptr);
     }
     bool any() const { return !installed_.empty(); }
 
-    void fail_nth(long n, int err, Persist persist = Persist::FromThenOn) {
+    void fail_nth(long n, int err) {
         calls_ = 0;
         failed_ = 0;
         err_ = err;
-        persist_ = persist == Persist::FromThenOn;
         nth_ = n;
     }
     void disarm() { nth_ = 0; }
@@ -56,58 +58,36 @@ public:
     bool fired() const { return failed_ > 0; }
 
 private:
-    // The entries this shim knows, by their index in reals().
-    static constexpr const char* kNames[] = {"open", "write", "pwrite", "pwrite64"};
-    static int index_of(const std::string& name) {
-        for (int i = 0; i < 4; ++i) {
-            if (name == kNames[i]) return i;
-        }
-        return -1;
-    }
-    static sqlite3_syscall_ptr* reals() {
-        static sqlite3_syscall_ptr table[4] = {};
-        return table;
-    }
-    template <typename F>
-    static F real(int i) {
-        return reinterpret_cast<F>(reals()[i]);
-    }
     static bool failing() {
         const long n = ++calls_;
         const long nth = nth_;
-        if (nth == 0 || n < nth || (n > nth && !persist_)) return false;
+        if (nth == 0 || n < nth) return false;
         ++failed_;
         errno = err_;
         return true;
     }
-
-    static int open_(const char* path, int flags, int mode) {
-        return failing() ? -1 : real<int (*)(const char*, int, int)>(0)(path, flags, mode);
+    template <int I, typename R, typename... A>
+    static R shim(A... a) {
+        return failing() ? R(-1) : reinterpret_cast<R (*)(A...)>(real_[I])(a...);
     }
-    static ssize_t write_(int fd, const void* b, size_t n) {
-        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t)>(1)(fd, b, n);
-    }
-    static ssize_t pwrite_(int fd, const void* b, size_t n, off_t at) {
-        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t, off_t)>(2)(fd, b, n, at);
-    }
-    static ssize_t pwrite64_(int fd, const void* b, size_t n, off64_t at) {
-        return failing() ? -1 : real<ssize_t (*)(int, const void*, size_t, off64_t)>(3)(fd, b, n, at);
-    }
-    static sqlite3_syscall_ptr shim_for(const std::string& name) {
-        const sqlite3_syscall_ptr shims[4] = {
-            reinterpret_cast<sqlite3_syscall_ptr>(open_), reinterpret_cast<sqlite3_syscall_ptr>(write_),
-            reinterpret_cast<sqlite3_syscall_ptr>(pwrite_), reinterpret_cast<sqlite3_syscall_ptr>(pwrite64_)};
-        const int i = index_of(name);
-        return i < 0 ? nullptr : shims[i];
-    }
+    struct Entry {
+        const char* name;
+        sqlite3_syscall_ptr shim;
+    };
+    static inline const Entry kShims[] = {
+        {"open", reinterpret_cast<sqlite3_syscall_ptr>(shim<0, int, const char*, int, int>)},
+        {"write", reinterpret_cast<sqlite3_syscall_ptr>(shim<1, ssize_t, int, const void*, size_t>)},
+        {"pwrite", reinterpret_cast<sqlite3_syscall_ptr>(shim<2, ssize_t, int, const void*, size_t, off_t>)},
+        {"pwrite64", reinterpret_cast<sqlite3_syscall_ptr>(shim<3, ssize_t, int, const void*, size_t, off64_t>)},
+    };
+    static inline sqlite3_syscall_ptr real_[std::size(kShims)] = {};
 
     sqlite3_vfs* vfs_;
-    std::vector<std::string> installed_;
+    std::vector<const char*> installed_;
     static inline std::atomic<long> calls_{0};
     static inline std::atomic<long> failed_{0};
     static inline std::atomic<long> nth_{0};
     static inline std::atomic<int> err_{0};
-    static inline std::atomic<bool> persist_{true};
 };
 
 using RegistryFaults = SimFixture;

@@ -68,21 +68,16 @@ TEST(CallTables, EveryEntryHasAName) {
     expect_all_named(plat::registry_table(), "registry");
 }
 
-std::string object_name(const char* what) { return "/vexsdk.faults." + std::to_string(::getpid()) + "." + what; }
-
-bool open_shared() {
-    const std::string name = object_name("shared");
-    auto s = plat::SharedSection::open(name, 4096);
+// Makes a section of kind S and removes it again; true when it was made.
+template <typename S>
+bool opens() {
+    const std::string name = "/vexsdk.faults." + std::to_string(::getpid());
+    auto s = S::open(name, 4096);
     plat::SharedSection::remove(name);
     return s != nullptr;
 }
-
-bool open_session() {
-    const std::string name = object_name("session");
-    auto s = plat::SessionSection::open(name, 4096);
-    plat::SharedSection::remove(name);
-    return s != nullptr;
-}
+constexpr auto open_shared = opens<plat::SharedSection>;
+constexpr auto open_session = opens<plat::SessionSection>;
 
 template <auto Member>
 void each_call_fails_both(int err) {

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -78,31 +79,24 @@ private:
     std::thread thread_;
 };
 
+// A check that every failure fails the call with `code`.
+auto fails_with(uint32_t code) {
+    return [code](long n, bool ok) {
+        EXPECT_FALSE(ok) << "call " << n;
+        EXPECT_EQ(vex_GetLastError(), code) << "call " << n;
+    };
+}
+
+template <auto Member>
+long each_call_fails(int err, const std::function<bool()>& attempt, uint32_t code) {
+    Fault<Member> f(com_table());
+    return fail_each_call(f, err, attempt, fails_with(code));
+}
+
 TEST_F(SerialFaults, OpenFailsWithTheOpenCodeAtEveryCallItCannotDoWithout) {
-    // Each of these calls, failing, fails the open.
-    {
-        Fault<&ComCalls::open> f(com_table());
-        EXPECT_EQ(fail_each_call(f, EACCES, open_and_close,
-                                 [](long, bool ok) {
-                                     EXPECT_FALSE(ok);
-                                     EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_OPEN);
-                                 }),
-                  1);
-    }
-    {
-        Fault<&ComCalls::flock> f(com_table());
-        fail_each_call(f, EWOULDBLOCK, open_and_close, [](long, bool ok) {
-            EXPECT_FALSE(ok);
-            EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_OPEN);
-        });
-    }
-    {
-        Fault<&ComCalls::eventfd> f(com_table());
-        fail_each_call(f, EMFILE, open_and_close, [](long, bool ok) {
-            EXPECT_FALSE(ok);
-            EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_OPEN);
-        });
-    }
+    EXPECT_EQ(each_call_fails<&ComCalls::open>(EACCES, open_and_close, VEX_ERR_UART_OPEN), 1);
+    each_call_fails<&ComCalls::flock>(EWOULDBLOCK, open_and_close, VEX_ERR_UART_OPEN);
+    each_call_fails<&ComCalls::eventfd>(EMFILE, open_and_close, VEX_ERR_UART_OPEN);
     // The first ioctls read and set the raw mode, which the port cannot do
     // without; the settings applied afterwards may fail and leave the port
     // as it was, and the open succeeds all the same.
@@ -142,13 +136,7 @@ TEST_F(SerialFaults, AFailedCallInAnExchangeGivesItsCodeAndThePortGoesOn) {
     ASSERT_TRUE(exchange());
 
     // The command never leaves: nothing answers it.
-    {
-        Fault<&ComCalls::write> f(com_table());
-        fail_each_call(f, EIO, exchange, [](long, bool ok) {
-            EXPECT_FALSE(ok);
-            EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_TIMEOUT);
-        });
-    }
+    each_call_fails<&ComCalls::write>(EIO, exchange, VEX_ERR_UART_TIMEOUT);
     // Reading or waiting for the answer fails: the port is reported gone
     // for this call. Reads made while purging the input only end the purge.
     {
@@ -159,13 +147,7 @@ TEST_F(SerialFaults, AFailedCallInAnExchangeGivesItsCodeAndThePortGoesOn) {
             }
         });
     }
-    {
-        Fault<&ComCalls::poll> f(com_table());
-        fail_each_call(f, ENOMEM, exchange, [](long, bool ok) {
-            EXPECT_FALSE(ok);
-            EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_OPEN);
-        });
-    }
+    each_call_fails<&ComCalls::poll>(ENOMEM, exchange, VEX_ERR_UART_OPEN);
     // Interrupted calls are retried, not reported.
     {
         Fault<&ComCalls::write> w(com_table());
@@ -197,17 +179,13 @@ TEST_F(SerialFaults, ShortReadsAndWritesStillMakeWholeFrames) {
 TEST_F(SerialFaults, QueueAndLineCallsOfATtyReportTheModemCode) {
     const VEX_PORT h = uart_OpenEx("COM5:,9600,N,8,1");
     ASSERT_NE(h, VEX_INVALID_PORT);
-    Fault<&ComCalls::ioctl> f(com_table());
-    fail_each_call(
-        f, EIO,
+    each_call_fails<&ComCalls::ioctl>(
+        EIO,
         [h] {
             vex_SetLastError(0);
             return uart_GetDataSize(h, 0) == 0 && vex_GetLastError() == 0;
         },
-        [](long, bool ok) {
-            EXPECT_FALSE(ok);
-            EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_MODEM_STATUS);
-        });
+        VEX_ERR_UART_MODEM_STATUS);
     EXPECT_TRUE(uart_Close(h));
 }
 

@@ -1,30 +1,24 @@
 // Controller services whose system calls fail, on the hardware target (a
 // file standing in for physical memory): the link monitor over the kernel's
-// routing netlink, slot interrupts over UIO devices (FIFOs standing in),
-// and the registry's save.
+// routing netlink, and the registry's save.
 #include <gtest/gtest.h>
 
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <linux/if.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <deque>
-#include <fcntl.h>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "frame/library.h"
-#include "irq/service_thread.h"
-#include "platform/linux/irq_calls.h"
 #include "platform/linux/registry_calls.h"
 #include "platform/linux/service_calls.h"
 #include "services/link_monitor.h"
@@ -35,7 +29,6 @@
 namespace vex::test {
 namespace {
 
-using plat::IrqCalls;
 using plat::RegistryCalls;
 using plat::oscalls::ServiceCalls;
 
@@ -58,15 +51,12 @@ class HwServices : public ::testing::Test {
 protected:
     void SetUp() override {
         mem.poke8(kWindow + 0x9046, 0x07);  // eight slots
-        ASSERT_EQ(::mkfifo((mem.dir() + "/vex-slot2").c_str(), 0600), 0);
-        ::setenv("VEXSDK_UIO", mem.dir().c_str(), 1);
         mem.attach_library();
     }
     void TearDown() override {
         services::stop_link_monitor();  // no thread calls through the tables as they are restored
         plat::oscalls::reset_calls();
         services::start_link_monitor();
-        ::unsetenv("VEXSDK_UIO");
     }
     PhysMemFile mem;
 };
@@ -98,7 +88,7 @@ void each_start_call_fails(int err, bool survivable = false) {
         [&](long n, bool ok) {
             EXPECT_EQ(seen.answer, 0) << "a monitor that could not start still answers";
             if (ok) return;  // the thread's own call, or a loss the monitor recovered from
-            EXPECT_EQ(seen.state, 0) << "and says the link is down";  // the thread's own call, or a loss the monitor recovered from
+            EXPECT_EQ(seen.state, 0) << "and says the link is down";
             EXPECT_FALSE(survivable) << "call " << n << ": " << seen.problem;
             EXPECT_TRUE(has(seen.problem, " failed: ") || has(seen.problem, "link dump"))
                 << "call " << n << " failed and the problem says: " << seen.problem;
@@ -254,90 +244,6 @@ TEST_F(HwServices, ARunningMonitorFollowsLossesAndVanishingInterfacesAndEndsOnAF
         << describe(holdings()) << " vs " << describe(idle) << "; open: " << open_files() << " vs " << idle_files;
     std::lock_guard<std::mutex> lock(g_script_mutex);
     EXPECT_TRUE(g_script.empty());
-}
-
-// ---- Slot interrupts over UIO ----------------------------------------------
-
-std::atomic<int> g_interrupts{0};
-int32_t count_interrupt() {
-    g_interrupts.fetch_add(1);
-    return 0;
-}
-
-// Registers slot 2; a failed registration must be undone by the program.
-bool register_slot(uint32_t& code) {
-    vex_SetLastError(kUntouched);
-    const bool ok = vex_RegisterSlotInterrupt(2, count_interrupt);
-    if (!ok) code = vex_GetLastError();
-    // A failed registration is undone by the program too; it was never
-    // registered, so unregistering says FALSE.
-    EXPECT_EQ(vex_UnregisterSlotInterrupt(2), ok ? VEX_TRUE : VEX_FALSE);
-    // Service threads are joined later, holding their event until then.
-    EXPECT_EQ(irq::settle_service_threads(5000), 0);
-    return ok;
-}
-
-TEST_F(HwServices, AUioDeviceThatCannotBeOpenedFailsTheRegistrationAndNothingElse) {
-    uint32_t code = 0;
-    // The first registration starts the dispatch thread, which stays.
-    ASSERT_TRUE(register_slot(code));
-    Fault<&IrqCalls::open> f(plat::irq_table());
-    const long calls = fail_each_call(
-        f, EACCES, [&] { return register_slot(code); },
-        [&](long n, bool ok) {
-            EXPECT_FALSE(ok) << "open " << n;
-            EXPECT_EQ(code, kUntouched) << "the registration fails without a code";
-        });
-    EXPECT_EQ(calls, 1);
-}
-
-// Reads of one descriptor fail with EIO while g_failing_fd names it.
-std::atomic<int> g_failing_fd{-1};
-std::atomic<long> g_failed_reads{0};
-ssize_t (*g_real_read)(int, void*, size_t) = nullptr;
-ssize_t failing_read(int fd, void* buf, size_t n) {
-    if (fd != g_failing_fd.load()) return g_real_read(fd, buf, n);
-    g_failed_reads.fetch_add(1);
-    errno = EIO;
-    return -1;
-}
-
-// The descriptor of this process open on `path`, or -1.
-int descriptor_of(const std::string& path) {
-    for (int fd = 0; fd < 1024; ++fd) {
-        char link[64], target[512] = {};
-        std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-        const ssize_t n = ::readlink(link, target, sizeof target - 1);
-        if (n > 0 && path == target) return fd;
-    }
-    return -1;
-}
-
-TEST_F(HwServices, FailingUioReadsLoseNoInterruptAndDoNotSpin) {
-    g_interrupts = 0;
-    g_real_read = plat::irq_calls().read;
-    plat::irq_calls().read = failing_read;  // before any thread of the backend runs
-    ASSERT_TRUE(vex_RegisterSlotInterrupt(2, count_interrupt));
-    vex_EnableSlotInterrupt(2, 1);
-    const std::string fifo = mem.dir() + "/vex-slot2";
-    const int device = ::open(fifo.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    ASSERT_GE(device, 0);
-    g_failing_fd = descriptor_of(fifo);
-    ASSERT_GE(g_failing_fd.load(), 0);
-    const uint32_t count = 1;
-    ASSERT_EQ(::write(device, &count, sizeof count), 4);
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    EXPECT_EQ(g_interrupts.load(), 0);
-    EXPECT_GE(g_failed_reads.load(), 1);
-    // A waiter that took it again at once would have read thousands of times.
-    EXPECT_LT(g_failed_reads.load(), 100) << "reads retried without a pause";
-    g_failing_fd = -1;
-    EXPECT_TRUE(eventually([] { return g_interrupts.load() == 1; })) << "the interrupt was lost";
-    ::close(device);
-    EXPECT_TRUE(vex_UnregisterSlotInterrupt(2));
-    EXPECT_EQ(irq::settle_service_threads(5000), 0);
-    // The shim stays: disarmed it passes every read on, and the dispatch
-    // thread that calls through it runs until the library unloads.
 }
 
 // ---- The registry's save ---------------------------------------------------

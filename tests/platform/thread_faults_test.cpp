@@ -86,28 +86,23 @@ void warm_up() {
     ASSERT_TRUE(set_timer(code));
 }
 
-TEST_F(ThreadFaults, RegistrationsWithoutAThreadFailWithoutACode) {
-    warm_up();
-    Fault<&ThreadCalls::create> f(plat::thread_table());
+// Every start of the thread, or making of the event, refused in turn.
+template <auto Member, typename Table>
+void registrations_fail_without_a_code(Table& table, int err) {
+    Fault<Member> f(table);
     uint32_t code = 0;
     auto no_code = [&](long n, bool ok) {
         EXPECT_FALSE(ok);
-        EXPECT_EQ(code, kUntouched) << "thread start " << n;
+        EXPECT_EQ(code, kUntouched) << "call " << n;
     };
-    EXPECT_GE(fail_each_call(f, EAGAIN, [&] { return register_slot(code); }, no_code), 1);
-    EXPECT_GE(fail_each_call(f, EAGAIN, [&] { return set_timer(code); }, no_code), 1);
+    EXPECT_GE(fail_each_call(f, err, [&] { return register_slot(code); }, no_code), 1);
+    EXPECT_GE(fail_each_call(f, err, [&] { return set_timer(code); }, no_code), 1);
 }
 
-TEST_F(ThreadFaults, RegistrationsWithoutAnEventFailWithoutACode) {
+TEST_F(ThreadFaults, RegistrationsWithoutAThreadOrAnEventFailWithoutACode) {
     warm_up();
-    Fault<&IrqCalls::eventfd> f(plat::irq_table());
-    uint32_t code = 0;
-    auto no_code = [&](long n, bool ok) {
-        EXPECT_FALSE(ok);
-        EXPECT_EQ(code, kUntouched) << "event " << n;
-    };
-    EXPECT_GE(fail_each_call(f, EMFILE, [&] { return register_slot(code); }, no_code), 1);
-    EXPECT_GE(fail_each_call(f, EMFILE, [&] { return set_timer(code); }, no_code), 1);
+    registrations_fail_without_a_code<&ThreadCalls::create>(plat::thread_table(), EAGAIN);
+    registrations_fail_without_a_code<&IrqCalls::eventfd>(plat::irq_table(), EMFILE);
 }
 
 }  // namespace

@@ -9,12 +9,6 @@ namespace {
 
 using vex::sim::parse_description;
 
-std::string refusal(const std::string& text) {
-    std::string error;
-    EXPECT_FALSE(parse_description(text, &error)) << text;
-    return error;
-}
-
 TEST(BoardDescription, FactoryRecordLayout) {
     std::string error;
     auto d = parse_description(R"(
@@ -64,22 +58,6 @@ TEST(BoardDescription, BoardFactsAndChips) {
     auto only_cpu = parse_description("[controller]\ncpu_id = 3\n", &error);
     ASSERT_TRUE(only_cpu);
     EXPECT_EQ(only_cpu->board.board_version, 24) << "the CPU ID's bits, nothing below";
-}
-
-TEST(BoardDescription, MistakesAreRefusedWithTheirKey) {
-    EXPECT_NE(refusal("[controller]\ncpu_id = 1\nboard_version = 40\n").find("board_version"), std::string::npos);
-    EXPECT_NE(refusal("[controller]\nrotary = 16\n").find("rotary"), std::string::npos);
-    EXPECT_NE(refusal("[memory]\neeprom_kbit = 256\n").find("eeprom_kbit"), std::string::npos);
-    EXPECT_NE(refusal("[memory]\nsram = 512\n").find("unknown key 'sram'"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nserial = \"021CB80100\"\n").find("serial"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nmac1 = \"00:11:22:AA:BB:CG\"\n").find("mac1"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nos_version = \"1.2.100.0\"\n").find("os_version"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nos_version = \"1.2.3\"\n").find("os_version"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nserial_crc = \"maybe\"\n").find("serial_crc"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nos_build = \"2024-01-01\"\n").find("os_build"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nos_build = 2024-01-01T10:00:00Z\n").find("os_build"), std::string::npos);
-    EXPECT_NE(refusal("[factory]\nmac3 = \"001122334455\"\n").find("unknown key 'mac3'"), std::string::npos);
-    EXPECT_NE(refusal("factory = 3\n").find("[factory]"), std::string::npos);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+// Descriptions as text: the built-in default, every form, and every mistake refused.
 #include <gtest/gtest.h>
 
 #include "sim/description.h"
@@ -59,33 +60,6 @@ version = 5
     }
 }
 
-TEST(Description, MistakesAreExplained) {
-    struct Case {
-        const char* text;
-        const char* says;
-    } cases[] = {
-        {"[controller]\nslots = 9\n", "'slots'"},
-        {"[controller]\nslots = 2\n[[slot]]\nslot = 3\ntype = \"parallel\"\n", "] 3: beyond"},
-        {"[[slot]]\nslot = 0\ntype = \"parallel\"\ndi_channels = 12\n", "channel counts"},
-        {"[[slot]]\nslot = 0\ntype = \"analog\"\n", "'type'"},
-        {"[[slot]]\ntype = \"parallel\"\n", "'slot'"},
-        {"[[slot]]\nslot = 0\n[[slot]]\nslot = 0\n", "twice"},
-        {"[controller]\nhardware_id = 5\n", "hardware_id"},
-        {"[controller\n", "description:1:"},
-        {"[[port]]\nmodem_loopback = true\n", "name"},
-        {"[registry]\n'HKEY_USERS\\x' = -1\n", "32-bit"},
-    };
-    for (const Case& c : cases) {
-        std::string error;
-        EXPECT_FALSE(parse_description(c.text, &error)) << c.text;
-        EXPECT_NE(error.find(c.says), std::string::npos) << c.text << " -> " << error;
-    }
-}
-
-}  // namespace
-
-namespace {
-
 TEST(Description, SerialModulesOnSlotsBusesAndUnits) {
     std::string error;
     auto d = parse_description(R"(
@@ -140,37 +114,89 @@ fault = { kind = "removed" }
     EXPECT_EQ(p.units[0].modules[0].second.fault.kind, vex::sim::SerialFaultKind::Removed);
 }
 
-TEST(Description, SerialMistakesNameFileLineAndColumn) {
+// Every table's mistakes: refused, with the place ("description:line:" and
+// the column where there is one) and the key or rule that was broken.
+TEST(Description, MistakesAreRefusedWithTheirPlaceAndReason) {
     struct Case {
         const char* text;
+        const char* where;  // the start of the message
         const char* says;
-    } cases[] = {
-        {"[[port]]\nname = \"COM1:\"\npacng = true\n", "description:3:1: [[port]] COM1:: unknown key 'pacng'"},
+    } const cases[] = {
+        {"[controller]\nslots = 9\n", "description:2:", "'slots'"},
+        {"[controller]\nslots = 2\n[[slot]]\nslot = 3\ntype = \"parallel\"\n", "description:", "] 3: beyond"},
+        {"[[slot]]\nslot = 0\ntype = \"parallel\"\ndi_channels = 12\n", "description:", "channel counts"},
+        {"[[slot]]\nslot = 0\ntype = \"analog\"\n", "description:", "'type'"},
+        {"[[slot]]\ntype = \"parallel\"\n", "description:", "'slot'"},
+        {"[[slot]]\nslot = 0\n[[slot]]\nslot = 0\n", "description:", "twice"},
+        {"[[slot]]\nslot = 2\ndi_chanels = 8\n", "description:3:", "unknown key"},
+        {"[controller]\nhardware_id = 5\n", "description:", "hardware_id"},
+        {"[controller\n", "description:1:", ""},
+        {"[nonsense]\n", "description:1:", "nonsense"},
+        {"slots = 3\n", "description:1:1: description: unknown key 'slots'", ""},
+        {"[registry]\n'HKEY_USERS\\x' = -1\n", "description:", "32-bit"},
+        // The board and its memory chips.
+        {"[controller]\ncpu_id = 1\nboard_version = 40\n", "description:", "board_version"},
+        {"[controller]\nrotary = 16\n", "description:2:", "'rotary'"},
+        {"[memory]\nsram = 4\n", "description:2:", "unknown key 'sram'"},
+        {"[memory]\neeprom_kbit = 256\n", "description:2:", "128 or 512"},
+        {"[memory]\nsram_kib = \"big\"\n", "description:2:", "whole number"},
+        {"memory = 3\n", "description:1:", "[memory] must be a table"},
+        {"factory = 3\n", "description:1:", "[factory]"},
+        {"[factory]\nserial = \"021CB80100\"\n", "description:2:", "serial"},
+        {"[factory]\nmac1 = \"00:11\"\n", "description:2:", "'mac1' must be 6 bytes"},
+        {"[factory]\nmac1 = \"00:11:22:AA:BB:CG\"\n", "description:2:", "mac1"},
+        {"[factory]\nmac3 = \"001122334455\"\n", "description:2:", "unknown key 'mac3'"},
+        {"[factory]\nos_version = \"1.2.100.0\"\n", "description:2:", "os_version"},
+        {"[factory]\nos_version = \"1.2.3\"\n", "description:2:", "os_version"},
+        {"[factory]\nserial_crc = \"maybe\"\n", "description:2:", "'serial_crc'"},
+        {"[factory]\nos_build = 7\n", "description:2:", "local date and time"},
+        {"[factory]\nos_build = \"2024-01-01\"\n", "description:2:", "os_build"},
+        {"[factory]\nos_build = 2024-01-01T10:00:00Z\n", "description:2:", "os_build"},
+        // Card, links.
+        {"[card]\npresent = 1\n", "description:2:", "true or false"},
+        {"[card]\nslot = 1\n", "description:2:", "unknown key 'slot'"},
+        {"[card]\n[[card.partition]]\nname = \"a b\"\n", "description:", "must not contain"},
+        {"[[link]]\ninterface = \"eth0\"\nspeed = 100\n", "description:3:", "unknown key 'speed'"},
+        {"[[link]]\nup = true\n", "description:", "'interface' is required"},
+        {"link = 1\n", "description:1:", "array of tables"},
+        // Serial ports, bus modules and units.
+        {"[[port]]\nmodem_loopback = true\n", "description:", "name"},
+        {"[[port]]\nname = \"COM1:\"\npacng = true\n", "description:3:1: [[port]] COM1:: unknown key 'pacng'", ""},
         {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4308\"\ncolour = 1\n",
-         "description:6:1: [[port]] COM1: module: unknown key 'colour'"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"9999\"\n", "5:8: [[port]] COM1: module: 'kind' must name"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = \"1\"\nkind = \"4308\"\n", "4:11:"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\nkind = \"4308\"\n", "every bus module needs an 'address'"},
+         "description:6:1: [[port]] COM1: module: unknown key 'colour'", ""},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"9999\"\n",
+         "description:5:8: [[port]] COM1: module: 'kind' must name", ""},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = \"1\"\nkind = \"4308\"\n", "description:4:11:", ""},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\nkind = \"4308\"\n", "description:",
+         "every bus module needs an 'address'"},
         {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4308\"\n[[port.unit]]\naddress = 1\n",
-         "address 01 is already taken"},
-        {"[[port]]\nname = \"COM0:\"\n[[port.module]]\naddress = 1\nkind = \"4308\"\n", "sit in slots"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4408\"\ndi = 1\n", "'di' needs a kind with digital inputs"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4408\"\nai = [1,2,3,4,5,6,7,8,9]\n", "at most 8 numbers"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4504\"\nao_safe = [11]\n", "from -10 to 10"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4308\"\ndi = 0x100\n", "'di' must be a whole number from 0 to 255"},
-        {"[[port]]\nname = \"COM1:\"\nfault = { kind = \"removed\" }\n", "a port cannot be removed"},
-        {"[[port]]\nname = \"COM1:\"\nfault = { kind = \"cut\", ms = 3 }\n", "'ms' does not go with a cut fault"},
-        {"[[port]]\nname = \"COM1:\"\nfault = \"silent\"\n", "'fault' must be a table"},
-        {"[[port]]\nname = \"COM1:\"\n[[port.unit]]\naddress = 2\nslots = 2\n[[port.unit.slot]]\nslot = 2\nkind = \"4308\"\n", "'slot' must be a whole number from 0 to 1"},
-        {"[[port]]\nname = \"COM1:\"\n[[port]]\nname = \"COM1:\"\n", "port described twice"},
-        {"[[slot]]\nslot = 1\ntype = \"serial\"\nkind = \"4308\"\nformat = \"hex\"\n", "'format' needs a kind with analog inputs"},
-        {"[[slot]]\nslot = 1\ntype = \"serial\"\ndi_channels = 8\nkind = \"4308\"\n", "unknown key 'di_channels'"},
-        {"[[slot]]\nslot = 1\nid = 3\nreadbak = true\n", "unknown key 'readbak'"},
-        {"slots = 3\n", "description:1:1: description: unknown key 'slots'"},
+         "description:", "address 01 is already taken"},
+        {"[[port]]\nname = \"COM0:\"\n[[port.module]]\naddress = 1\nkind = \"4308\"\n", "description:", "sit in slots"},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4408\"\ndi = 1\n", "description:",
+         "'di' needs a kind with digital inputs"},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4408\"\nai = [1,2,3,4,5,6,7,8,9]\n",
+         "description:", "at most 8 numbers"},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4504\"\nao_safe = [11]\n", "description:",
+         "from -10 to 10"},
+        {"[[port]]\nname = \"COM1:\"\n[[port.module]]\naddress = 1\nkind = \"4308\"\ndi = 0x100\n", "description:",
+         "'di' must be a whole number from 0 to 255"},
+        {"[[port]]\nname = \"COM1:\"\nfault = { kind = \"removed\" }\n", "description:", "a port cannot be removed"},
+        {"[[port]]\nname = \"COM1:\"\nfault = { kind = \"cut\", ms = 3 }\n", "description:",
+         "'ms' does not go with a cut fault"},
+        {"[[port]]\nname = \"COM1:\"\nfault = \"silent\"\n", "description:", "'fault' must be a table"},
+        {"[[port]]\nname = \"COM1:\"\n[[port.unit]]\naddress = 2\nslots = 2\n[[port.unit.slot]]\nslot = 2\nkind = \"4308\"\n",
+         "description:", "'slot' must be a whole number from 0 to 1"},
+        {"[[port]]\nname = \"COM1:\"\n[[port]]\nname = \"COM1:\"\n", "description:", "port described twice"},
+        {"[[slot]]\nslot = 1\ntype = \"serial\"\nkind = \"4308\"\nformat = \"hex\"\n", "description:",
+         "'format' needs a kind with analog inputs"},
+        {"[[slot]]\nslot = 1\ntype = \"serial\"\ndi_channels = 8\nkind = \"4308\"\n", "description:",
+         "unknown key 'di_channels'"},
+        {"[[slot]]\nslot = 1\nid = 3\nreadbak = true\n", "description:", "unknown key 'readbak'"},
     };
     for (const Case& c : cases) {
         std::string error;
         EXPECT_FALSE(parse_description(c.text, &error)) << c.text;
+        EXPECT_EQ(error.rfind(c.where, 0), 0u) << c.text << " -> " << error;
         EXPECT_NE(error.find(c.says), std::string::npos) << c.text << " -> " << error;
     }
     std::string error;

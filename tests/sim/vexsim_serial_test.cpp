@@ -1,5 +1,6 @@
 // vexsim on serial modules, end to end: another process sets inputs and
-// faults, shows the modules and traces the exchanges this test makes.
+// faults, shows the modules and traces the exchanges and register writes
+// this test makes.
 #include "tests/sim/serial_fixture.h"
 
 namespace vex::test {
@@ -59,10 +60,12 @@ TEST_F(VexsimSerial, ShowListsModulesWithTheirStateAndTraceTheExchanges) {
     EXPECT_EQ(ask(com1, "@02DO8001"), "!02");
     EXPECT_EQ(ask(com1, "~0231FF"), "!02");
     ASSERT_EQ(run_vexsim({"fault", "COM1:01", "dribble", "--ms", "2", "--count", "3"}).status, 0);
+    vex_ChangeSlot(3);
     ProcessResult r = run_vexsim({"show"});
     ASSERT_EQ(r.status, 0) << r.output;
     for (const char* line :
          {"host: pid ", "(vexsim host: ends when the last program using the instance ends)",
+          "slot 0: bus module 8132, ID 0x2F", "slot 3: serial module", "slot select 0xF7",
           "serial COM0: terminator \"\\r\", checksum off, not paced", "slot3  4308 at address 00",
           "inputs  0x05  latched on 0x00 off 0x00", "COM1:01  4408 at address 01: 8 analog inputs",
           "1.250 -2.500 0.000 5.000", "fault: dribble 2 ms a character (3 more exchanges)",
@@ -71,12 +74,12 @@ TEST_F(VexsimSerial, ShowListsModulesWithTheirStateAndTraceTheExchanges) {
           "COM1:10/1  4502 at address 10", "slot7  4504P"})
         EXPECT_TRUE(has(r.output, line)) << "'" << line << "' not in:\n" << r.output;
 
-    vex_ChangeSlot(3);
     r = run_vexsim({"trace", "-n", "4"});
     ASSERT_EQ(r.status, 0) << r.output;
     EXPECT_TRUE(has(r.output, "serial COM1:  @02DO8001\\r  ->  !02\\r\n")) << r.output;
     EXPECT_TRUE(has(r.output, "serial COM1:  ~0231FF\\r  ->  !02\\r\n")) << r.output;
     EXPECT_TRUE(has(r.output, "backplane SLOT_SELECT <- 0xF7")) << "beside register writes:\n" << r.output;
+    EXPECT_TRUE(has(r.output, "pid " + std::to_string(::getpid()))) << "the writer named:\n" << r.output;
     EXPECT_LT(r.output.find("~0231FF"), r.output.find("SLOT_SELECT")) << "in the order they happened";
 }
 
