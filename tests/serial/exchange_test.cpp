@@ -10,25 +10,13 @@
 #include <vector>
 
 #include "serial/slot_command.h"
-#include "tests/support/pty.h"
-#include "tests/support/sim_fixture.h"
-#include "vexsdk.h"
+#include "tests/serial/pty_port_fixture.h"
 
 namespace vex::test {
 namespace {
 
-class SerialExchange : public SimFixture {
+class SerialExchange : public PtyPort {
 protected:
-    void SetUp() override {
-        SimFixture::SetUp();
-        pty_.map_as(L"COM5");
-        port_ = uart_OpenEx("COM5:,115200,N,8,1");
-        ASSERT_NE(port_, VEX_INVALID_PORT);
-    }
-    void TearDown() override {
-        uart_Close(port_);
-        SimFixture::TearDown();
-    }
     // The far end answers the next command line (ending in '\r') with
     // `answer` and hands back what it received.
     std::future<std::string> answer_with(std::string answer) {
@@ -39,8 +27,6 @@ protected:
         });
     }
 
-    Pty pty_;
-    VEX_PORT port_ = VEX_INVALID_PORT;
 };
 
 TEST_F(SerialExchange, FramesCommandsWithChecksumAndTerminator) {

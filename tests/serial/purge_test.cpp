@@ -8,25 +8,13 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/pty.h"
-#include "tests/support/sim_fixture.h"
-#include "vexsdk.h"
+#include "tests/serial/pty_port_fixture.h"
 
 namespace vex::test {
 namespace {
 
-class Purge : public SimFixture {
+class Purge : public PtyPort {
 protected:
-    void SetUp() override {
-        SimFixture::SetUp();
-        pty_.map_as(L"COM5");
-        port_ = uart_OpenEx("COM5:,115200,N,8,1");
-        ASSERT_NE(port_, VEX_INVALID_PORT);
-    }
-    void TearDown() override {
-        uart_Close(port_);
-        SimFixture::TearDown();
-    }
     void wait_for_input(uint32_t bytes) {
         const int64_t deadline = now_ms() + 2000;
         while (uart_GetDataSize(port_, 0) < bytes && now_ms() < deadline) std::this_thread::yield();
@@ -44,8 +32,6 @@ protected:
         EXPECT_EQ(peer.get(), "$01M\r");
         return ok ? answer : "<failed>";
     }
-    Pty pty_;
-    VEX_PORT port_ = VEX_INVALID_PORT;
 };
 
 TEST_F(Purge, StaleInputOfEveryShapeIsDropped) {
