@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "io/module_registers.h"
 #include "tests/io/unified_fixture.h"
 
 namespace vex::test {
@@ -255,19 +254,11 @@ TEST_F(UnifiedSim, CountersAndLatchesOnSerialModules) {
 
 TEST_F(UnifiedSim, StoredDigitalValuesOnEachKind) {
     uint32_t v = 1;
-    // Parallel: the module's parameter memory, through mode/index/value.
-    uint32_t m = register_mark();
-    ASSERT_EQ(vex_WriteModulePowerOnValueDO(0, 0, 32, 0), VEX_TRUE);
-    const uint32_t p = 0x1000;  // slot 0's page
-    Writes expect;
-    for (uint32_t i : {1u, 2u, 3u, 4u, 0u}) {
-        expect.push_back({p + io::kRegParamMode, 1});
-        expect.push_back({p + io::kRegParamIndex, i});
-        expect.push_back({p + io::kRegParamValue, 0});
-    }
-    EXPECT_EQ(writes_since(m), expect) << "four zero bytes, then 'disabled'";
+    // Parallel: the module's parameter memory (its register sequence:
+    // ModuleWatchdog.PowerOnAndSafeValuesGoThroughTheParameterRegisters).
+    ASSERT_EQ(vex_WriteModulePowerOnValueDO(0, 0, 32, 0xC0FFEE), VEX_TRUE);
     ASSERT_EQ(vex_ReadModulePowerOnValueDO(0, 0, 32, &v), VEX_TRUE);
-    EXPECT_EQ(v, 0u);
+    EXPECT_EQ(v, 0xC0FFEEu);
     ASSERT_EQ(vex_WriteModuleSafeValueDO(0, 0, 32, 0x11223344), VEX_TRUE);
     ASSERT_EQ(vex_ReadModuleSafeValueDO(0, 0, 32, &v), VEX_TRUE);
     EXPECT_EQ(v, 0x11223344u);
