@@ -48,12 +48,10 @@ TEST_F(SerialExchange, AnswersEndAtTheTerminatorsFirstCharacter) {
     EXPECT_EQ(peer.get(), "$01M\r");
     EXPECT_STREQ(answer, "!01");
     // The line feed stays in the port...
-    const int64_t deadline = now_ms() + 2000;
-    while (uart_GetDataSize(port_, 0) != 1 && now_ms() < deadline) std::this_thread::yield();
-    EXPECT_EQ(uart_GetDataSize(port_, 0), 1u);
+    EXPECT_TRUE(eventually([&] { return uart_GetDataSize(port_, 0) == 1; }));
     // ...until the next command's purge, together with anything stale.
     pty_.write("junk\r");
-    while (uart_GetDataSize(port_, 0) != 6 && now_ms() < deadline) std::this_thread::yield();
+    EXPECT_TRUE(eventually([&] { return uart_GetDataSize(port_, 0) == 6; }));
     auto second = answer_with(">fresh\r\n");
     ASSERT_TRUE(uart_SendCmd(port_, "$01M", answer));
     EXPECT_STREQ(answer, ">fresh");

@@ -1,14 +1,30 @@
 // A port opened on a pseudo-terminal mapped as COM5, in a private virtual
-// controller: the test plays the far end on pty_.
+// controller: the test plays the far end on pty_. And a wait for what a
+// port's own threads do.
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <thread>
 
 #include "tests/support/pty.h"
 #include "tests/support/sim_fixture.h"
 #include "vexsdk.h"
 
 namespace vex::test {
+
+// Polls until cond holds, at most 2 s (a port's threads see changes within
+// a few milliseconds).
+inline bool eventually(const std::function<bool()>& cond) {
+    const int64_t deadline = now_ms() + 2000;
+    while (!cond()) {
+        if (now_ms() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
 
 class PtyPort : public SimFixture {
 protected:

@@ -15,11 +15,6 @@ namespace {
 
 class Purge : public PtyPort {
 protected:
-    void wait_for_input(uint32_t bytes) {
-        const int64_t deadline = now_ms() + 2000;
-        while (uart_GetDataSize(port_, 0) < bytes && now_ms() < deadline) std::this_thread::yield();
-        ASSERT_GE(uart_GetDataSize(port_, 0), bytes);
-    }
     // One exchange whose far end answers `fresh` to the command.
     std::string exchange(const std::string& fresh) {
         auto peer = std::async(std::launch::async, [this, fresh] {
@@ -38,7 +33,7 @@ TEST_F(Purge, StaleInputOfEveryShapeIsDropped) {
     // A whole late answer, a cut one, and a burst larger than any buffer.
     for (const std::string& stale : {std::string("!01STALE\r"), std::string("!01CUT"), std::string(3000, 'x')}) {
         pty_.write(stale);
-        wait_for_input(static_cast<uint32_t>(stale.size()));
+        ASSERT_TRUE(eventually([&] { return uart_GetDataSize(port_, 0) >= stale.size(); }));
         EXPECT_EQ(exchange("!01FRESH\r"), "!01FRESH");
         EXPECT_EQ(uart_GetDataSize(port_, 0), 0u);
     }
