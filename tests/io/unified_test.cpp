@@ -234,9 +234,11 @@ TEST_F(UnifiedSim, CountersAndLatchesOnSerialModules) {
     ASSERT_TRUE(control("3", [](sim::State& s, const sim::serial::Place& p) {
         return sim::serial::set_inputs(s, p.index, 0x0C, nullptr);
     }));
+    ASSERT_EQ(vex_WriteDO(com0_, 3, 8, 0x01), VEX_TRUE);
     ASSERT_EQ(vex_ReadDIOLatch(com0_, 3, 8, 8, 1, &di, &out), VEX_TRUE);
     EXPECT_EQ(sent(), "$00L1");
     EXPECT_EQ(di, 0x08u) << "input 3 went on (input 2 was on already)";
+    EXPECT_EQ(out, 0x01u) << "and output 0";
     ASSERT_EQ(vex_ReadDIOLatch(com0_, 3, 8, 8, 0, &di, &out), VEX_TRUE);
     EXPECT_EQ(sent(), "$00L0");
     EXPECT_EQ(di, 0x01u) << "input 0 went off";

@@ -79,6 +79,11 @@ TEST_F(FamiliesOnSim, DigitalValuesInEveryAddressForm) {
     ASSERT_EQ(vex_ReadDIO_MF(com0_, 3, 8, 8, &di, &out), VEX_TRUE);
     EXPECT_EQ(di, 0x05u);
     EXPECT_EQ(out, 0xA5u);
+    uint8_t bit = 0;
+    ASSERT_EQ(vex_ReadDIBit_MF(com0_, 3, 2, 8, &bit), VEX_TRUE);
+    EXPECT_EQ(bit, 1);
+    ASSERT_EQ(vex_ReadDOBit_MF(com0_, 3, 1, 8, &bit), VEX_TRUE);
+    EXPECT_EQ(bit, 0);
     ASSERT_EQ(vexsund_WriteDOBit(com0_, 3, 1, 8, 1), VEX_TRUE);
     EXPECT_EQ(module("3").do_value, 0xA7u);
     ASSERT_EQ(vex_WriteDO_MF(com1_, 0x1002, 16, 0x1234), VEX_TRUE);
