@@ -30,6 +30,8 @@ TEST_F(IdentifyTools, InfoNamesEveryModule) {
         "   7  0xFF  0x40   4504P               -  4 AO",
     };
     for (const char* line : slots) EXPECT_TRUE(has_line(r.output, line)) << line << "\n" << r.output;
+    for (const char* part : {"HR4-8000", "model code:        4", "1.0.3.0"})
+        EXPECT_NE(r.output.find(part), std::string::npos) << part << "\n" << r.output;
     // The bus modules answer with their own names.
     EXPECT_TRUE(has_line(r.output, "COM1:")) << r.output;
     EXPECT_TRUE(has_line(r.output, "  0x01          4408                  8 AI")) << r.output;

@@ -190,8 +190,6 @@ TEST_F(ModuleWatchdogPowerOnDescribed, ModuleComesUpDrivingItsPowerOnValue) {
     EXPECT_EQ(_vex_ReadDO(0, 16), 0u) << "shadows are not read from the hardware";
 }
 
-// The serial module protocol is not in this build: every serial branch
-// says so, and no register of any slot is touched on the way.
 // Serial modules go to the serial families (tests/io/serial_module_watchdog_test.cpp);
 // through a port that is not open every call fails with a code and no
 // module register is touched on the way.

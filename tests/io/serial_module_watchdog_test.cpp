@@ -35,6 +35,12 @@ TEST_F(UnifiedSim, WatchdogCallsReachSerialModulesByBothForms) {
     EXPECT_EQ(vex_GetModuleWDTStatus(com0_, 3), VEX_TRUE);
     ASSERT_EQ(vex_GetModuleWDTStatusEX(com0_, 3, &status), VEX_TRUE);
     EXPECT_EQ(status, 1);
+    // The expired module refuses output writes and holds its safe value.
+    EXPECT_EQ(vex_WriteDO_MF(com0_, 3, 8, 0x01), VEX_FALSE);
+    EXPECT_EQ(error(), VEX_ERR_DO_NO_OVERWRITE);
+    EXPECT_EQ(vexsund_WriteDOBit(com0_, 3, 0, 8, 1), VEX_FALSE);
+    EXPECT_EQ(error(), VEX_ERR_DO_NO_OVERWRITE);
+    EXPECT_EQ(module("3").do_value, module("3").do_safe);
     EXPECT_EQ(vex_GetModuleWDTStatus(com1_, 0x1002), VEX_FALSE);
     EXPECT_EQ(sent(), "~020");
 
@@ -51,6 +57,7 @@ TEST_F(UnifiedSim, WatchdogCallsReachSerialModulesByBothForms) {
     ASSERT_EQ(vex_ResetModuleWDT(com0_, 3), VEX_TRUE);
     EXPECT_EQ(sent(), "~001");
     EXPECT_EQ(vex_GetModuleWDTStatus(com0_, 3), VEX_FALSE);
+    EXPECT_EQ(vex_WriteDO_MF(com0_, 3, 8, 0x01), VEX_TRUE);
     EXPECT_EQ(vex_GetModuleLastOutputSource(com1_, 0x1002), 0);
 }
 

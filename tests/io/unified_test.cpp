@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "io/module_registers.h"
 #include "tests/io/unified_fixture.h"
 
 namespace vex::test {
@@ -235,9 +234,11 @@ TEST_F(UnifiedSim, CountersAndLatchesOnSerialModules) {
     ASSERT_TRUE(control("3", [](sim::State& s, const sim::serial::Place& p) {
         return sim::serial::set_inputs(s, p.index, 0x0C, nullptr);
     }));
+    ASSERT_EQ(vex_WriteDO(com0_, 3, 8, 0x01), VEX_TRUE);
     ASSERT_EQ(vex_ReadDIOLatch(com0_, 3, 8, 8, 1, &di, &out), VEX_TRUE);
     EXPECT_EQ(sent(), "$00L1");
     EXPECT_EQ(di, 0x08u) << "input 3 went on (input 2 was on already)";
+    EXPECT_EQ(out, 0x01u) << "and output 0";
     ASSERT_EQ(vex_ReadDIOLatch(com0_, 3, 8, 8, 0, &di, &out), VEX_TRUE);
     EXPECT_EQ(sent(), "$00L0");
     EXPECT_EQ(di, 0x01u) << "input 0 went off";
@@ -255,19 +256,11 @@ TEST_F(UnifiedSim, CountersAndLatchesOnSerialModules) {
 
 TEST_F(UnifiedSim, StoredDigitalValuesOnEachKind) {
     uint32_t v = 1;
-    // Parallel: the module's parameter memory, through mode/index/value.
-    uint32_t m = register_mark();
-    ASSERT_EQ(vex_WriteModulePowerOnValueDO(0, 0, 32, 0), VEX_TRUE);
-    const uint32_t p = 0x1000;  // slot 0's page
-    Writes expect;
-    for (uint32_t i : {1u, 2u, 3u, 4u, 0u}) {
-        expect.push_back({p + io::kRegParamMode, 1});
-        expect.push_back({p + io::kRegParamIndex, i});
-        expect.push_back({p + io::kRegParamValue, 0});
-    }
-    EXPECT_EQ(writes_since(m), expect) << "four zero bytes, then 'disabled'";
+    // Parallel: the module's parameter memory (its register sequence:
+    // ModuleWatchdog.PowerOnAndSafeValuesGoThroughTheParameterRegisters).
+    ASSERT_EQ(vex_WriteModulePowerOnValueDO(0, 0, 32, 0xC0FFEE), VEX_TRUE);
     ASSERT_EQ(vex_ReadModulePowerOnValueDO(0, 0, 32, &v), VEX_TRUE);
-    EXPECT_EQ(v, 0u);
+    EXPECT_EQ(v, 0xC0FFEEu);
     ASSERT_EQ(vex_WriteModuleSafeValueDO(0, 0, 32, 0x11223344), VEX_TRUE);
     ASSERT_EQ(vex_ReadModuleSafeValueDO(0, 0, 32, &v), VEX_TRUE);
     EXPECT_EQ(v, 0x11223344u);

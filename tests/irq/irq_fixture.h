@@ -20,12 +20,10 @@
 
 namespace vex::test {
 
-inline constexpr uint32_t kWdtSlot = 0;     // read-back module with a module watchdog
 inline constexpr uint32_t kEdgeSlot = 1;    // 16 DI: input 0 rising and input 1 falling pulse its line
 inline constexpr uint32_t kInputSlotA = 2;  // 8 DI / 8 DO, every input's rising edge
 inline constexpr uint32_t kInputSlotB = 3;  // the same
 inline constexpr uint32_t kQuietSlot = 4;   // 32 DI, no interrupt inputs
-inline constexpr uint32_t kSerialSlot = 5;
 
 // What the callbacks of slot (or timer) n do: count, remember the thread
 // they ran on, return `result`, and optionally run `hook` first.

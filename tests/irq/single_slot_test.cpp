@@ -60,5 +60,20 @@ TEST_F(SingleSlotIrq, FallingEdgesOfThePin) {
     EXPECT_TRUE(vex_UnregisterSlotInterrupt(3));
 }
 
+TEST_F(SingleSlotIrq, HasNoBackplaneTimers) {
+    EXPECT_FALSE(vex_SetBPTimer(1, 10, kCallbacks[1]));
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
+    vex_ClearLastError();
+    EXPECT_FALSE(vex_SetBPTimerOut(1, 1, kCallbacks[0]));
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
+    vex_ClearLastError();
+    EXPECT_EQ(vex_GetBPTimerTimeTick_ms(), 0u);
+    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
+    vex_ClearLastError();
+    EXPECT_FALSE(vex_SetBPTimerInterruptPriority(1, 100));
+    EXPECT_EQ(vex_GetLastError(), 0u) << "the priority call does not look at the model";
+    EXPECT_EQ(vex_GetSlotInterruptID(5), 66u) << "any slot names the one interrupt";
+}
+
 }  // namespace
 }  // namespace vex::test

@@ -221,28 +221,5 @@ TEST(TickCounter, TornReadsCostFurtherReads) {
     EXPECT_EQ(offsets, (std::vector<uint32_t>{0x902E, 0x902C, 0x902A, 0x9028}));
 }
 
-class SingleSlot : public IrqFixture {
-protected:
-    std::string description() override {
-        return "[controller]\nhardware_id = \"LT4-100\"\nslots = 1\n"
-               "[[slot]]\nslot = 0\nid = 0x21\ndi_channels = 8\ndo_channels = 8\n";
-    }
-};
-
-TEST_F(SingleSlot, HasNoBackplaneTimers) {
-    EXPECT_FALSE(vex_SetBPTimer(1, 10, kCallbacks[1]));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
-    vex_ClearLastError();
-    EXPECT_FALSE(vex_SetBPTimerOut(1, 1, kCallbacks[0]));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
-    vex_ClearLastError();
-    EXPECT_EQ(vex_GetBPTimerTimeTick_ms(), 0u);
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_NOT_SUPPORTED);
-    vex_ClearLastError();
-    EXPECT_FALSE(vex_SetBPTimerInterruptPriority(1, 100));
-    EXPECT_EQ(vex_GetLastError(), 0u) << "the priority call does not look at the model";
-    EXPECT_EQ(vex_GetSlotInterruptID(5), 66u);
-}
-
 }  // namespace
 }  // namespace vex::test

@@ -25,10 +25,6 @@ TEST_F(SerialAnalog, OutputWritesCarryTheirSignByChannelCount) {
     EXPECT_FALSE(vex_WriteAO_MF(port_, 0x1003, 0, 1, -5.0f));
     EXPECT_EQ(heard_one(), "#03-05.000");
     EXPECT_EQ(vex_GetLastError(), VEX_ERR_DO_NO_OVERWRITE) << "a refused output, with the DO message";
-    peer_->reply("?03");
-    EXPECT_FALSE(vex_WriteAO_MF(port_, 0x1003, 0, 1, 1.0f));
-    EXPECT_EQ(vex_GetLastError(), VEX_ERR_UART_RESPONSE);
-    heard(1);
 
     for (float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(), 1e30f}) {
         EXPECT_FALSE(vex_WriteAO_MF(port_, 0x1003, 0, 4, bad));
@@ -40,13 +36,12 @@ TEST_F(SerialAnalog, OutputWritesCarryTheirSignByChannelCount) {
 TEST_F(SerialAnalog, ReadBackAndSafeValues) {
     float v = 0;
     peer_->reply("!03+05.250");
-    EXPECT_TRUE(vex_ReadAO_MF(port_, 0x1003, 2, 4, &v));
-    EXPECT_EQ(heard_one(), "$0362");
-    EXPECT_FLOAT_EQ(v, 5.25f);
     peer_->reply("!03-01.500");
+    EXPECT_TRUE(vex_ReadAO_MF(port_, 0x1003, 2, 4, &v));
+    EXPECT_FLOAT_EQ(v, 5.25f);
     EXPECT_TRUE(vex_ReadModuleSafeValueAO_MF(port_, 0x1003, 0, 1, &v));
-    EXPECT_EQ(heard_one(), "~034");
     EXPECT_FLOAT_EQ(v, -1.5f);
+    EXPECT_EQ(heard(2), (std::vector<std::string>{"$0362", "~034"}));
     v = 9;
     peer_->reply("!03+05.2x0");
     EXPECT_FALSE(vex_ReadAO_MF(port_, 0x1003, 2, 4, &v));
@@ -155,15 +150,11 @@ TEST_F(SerialWatchdog, StatusResetAndRefresh) {
     EXPECT_EQ(status, 1u);
     peer_->reply("!0500");
     EXPECT_TRUE(zed_GetModuleWDTStatus(port_, 0x05, &status));
-    EXPECT_EQ(status, 0u);
-    status = 9;
-    peer_->reply("!05");
-    EXPECT_TRUE(zed_GetModuleWDTStatus(port_, 0x05, &status));
-    EXPECT_EQ(status, 0u) << "another length: status 0, success";
+    EXPECT_EQ(status, 0u) << "status 0 is a success (other answer lengths: OtherAnswers)";
     peer_->reply("!0004");
     EXPECT_TRUE(vexsund_GetModuleWDTStatus(port_, static_cast<uint32_t>(serial_slot_), &status));
     EXPECT_EQ(status, 1u);
-    EXPECT_EQ(heard(3), (std::vector<std::string>{"~050", "~050", "~000"}));
+    EXPECT_EQ(heard(2), (std::vector<std::string>{"~050", "~000"}));
 
     peer_->reply("!05");
     EXPECT_TRUE(zed_ResetModuleWDT(port_, 5));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -30,53 +31,40 @@ TEST(Fields, AreReadStrictly) {
         EXPECT_FALSE(float_field(bad)) << bad;
 }
 
+// "DO/DI" in hexadecimal, or "none".
+std::string pair_of(const std::optional<DigitalPair>& p) {
+    if (!p) return "none";
+    char text[24];
+    std::snprintf(text, sizeof text, "%X/%X", p->do_, p->di);
+    return text;
+}
+
 TEST(DigitalAnswers, SplitIntoOutputAndInputParts) {
-    // "@AADI": odd length of at least 5 starts the data after 3 characters.
-    auto p = parse_dio_mf("!01AB12", 8, 8);
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->do_, 0xABu);
-    EXPECT_EQ(p->di, 0x12u);
-    // Even length: after 4.
-    p = parse_dio_mf("!01xAB12", 8, 8);
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->do_, 0xABu);
-    // The DI part is the last characters, whatever precedes them.
-    p = parse_dio_mf("!0100001234", 16, 0);
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->di, 0x1234u);
-    EXPECT_EQ(p->do_, 0u);
+    // "@AADI": odd length of at least 5 starts the data after 3 characters,
+    // even length after 4; the DI part is the last characters, whatever
+    // precedes them.
+    EXPECT_EQ(pair_of(parse_dio_mf("!01AB12", 8, 8)), "AB/12");
+    EXPECT_EQ(pair_of(parse_dio_mf("!01xAB12", 8, 8)), "AB/12");
+    EXPECT_EQ(pair_of(parse_dio_mf("!0100001234", 16, 0)), "0/1234");
     // 32 outputs alone / 32 inputs alone.
     EXPECT_EQ(parse_dio_mf("!0112345678", 0, 32)->do_, 0x12345678u);
     EXPECT_EQ(parse_dio_mf("!01ABCDEF01", 32, 0)->di, 0xABCDEF01u);
     // Unified "@AA": DI right after DO up to 8 inputs, from the end above.
-    p = parse_dio_unified(">0F03", 8, 8);
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->do_, 0x0Fu);
-    EXPECT_EQ(p->di, 0x03u);
-    p = parse_dio_unified(">0F00FFFF", 16, 8);
-    EXPECT_EQ(p->di, 0xFFFFu);
+    EXPECT_EQ(pair_of(parse_dio_unified(">0F03", 8, 8)), "F/3");
+    EXPECT_EQ(pair_of(parse_dio_unified(">0F00FFFF", 16, 8)), "F/FFFF");
     // Behind a unit: after 3, masks of one or two bytes only.
-    p = parse_dio_unit("!01ABCD1234", 16, 16);
-    EXPECT_EQ(p->do_, 0xABCDu);
-    EXPECT_EQ(p->di, 0x1234u);
-    EXPECT_EQ(parse_dio_unit("!01AB12345678", 32, 8)->di, 0x78u) << "4 bytes mask to 8 bits";
+    EXPECT_EQ(pair_of(parse_dio_unit("!01ABCD1234", 16, 16)), "ABCD/1234");
+    EXPECT_EQ(pair_of(parse_dio_unit("!01AB12345678", 32, 8)), "AB/78") << "4 bytes mask to 8 bits";
 }
 
 TEST(DigitalAnswers, LatchesAndCounters) {
-    auto l = parse_latch("!0F03", 8, 8);
-    ASSERT_TRUE(l);
-    EXPECT_EQ(l->do_, 0x0Fu);
-    EXPECT_EQ(l->di, 0x03u);
+    EXPECT_EQ(pair_of(parse_latch("!0F03", 8, 8)), "F/3");
     EXPECT_EQ(parse_latch("!00FF0000", 16, 0)->di, 0x00FF0000u) << "8 characters: no shift";
     EXPECT_EQ(parse_latch("!FF00", 16, 0)->di, 0xFFu) << "shorter: shifted by 8 above 8 inputs";
     EXPECT_EQ(parse_latch("!FF0000", 8, 0)->di, 0xFFu) << "by 16 up to 8 inputs";
     // Unit positions: single digits at 1 and 3 up to 8 channels in all.
-    l = parse_latch_unit("!x5x9", 4, 4);
-    EXPECT_EQ(l->do_, 5u);
-    EXPECT_EQ(l->di, 9u);
-    l = parse_latch_unit("!x1234ABCD", 16, 16);
-    EXPECT_EQ(l->do_, 0x1234u);
-    EXPECT_EQ(l->di, 0xABCDu);
+    EXPECT_EQ(pair_of(parse_latch_unit("!x5x9", 4, 4)), "5/9");
+    EXPECT_EQ(pair_of(parse_latch_unit("!x1234ABCD", 16, 16)), "1234/ABCD");
 
     EXPECT_EQ(parse_counter("!0100123"), 123u) << "8 characters: decimal";
     EXPECT_EQ(parse_counter("!0100000123"), 0x123u) << "otherwise hexadecimal";

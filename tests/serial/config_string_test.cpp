@@ -79,19 +79,14 @@ TEST(SerialConfigString, AppliesParityStopBitsAndClearsFlowControl) {
 }
 
 TEST(SerialConfigString, PortNamesAndTheirDevices) {
-    const PortName plain = port_name("COM1:");
-    EXPECT_EQ(plain.device, "COM1:");
-    EXPECT_EQ(plain.record_name, "COM1:");
-    EXPECT_EQ(plain.mapping, "COM1");
-
-    const PortName no_colon = port_name("COM1");
-    EXPECT_EQ(no_colon.device, "$device\\COM1");
-    EXPECT_EQ(no_colon.record_name, "COM1");
-    EXPECT_EQ(no_colon.mapping, "COM1");
-
-    EXPECT_EQ(port_name("COM10:").device, "$device\\COM10");
-    EXPECT_EQ(port_name("COM10:").mapping, "COM10");
-    EXPECT_EQ(port_name("COM123:").mapping, "COM12") << "cut after the fifth character";
+    auto parts = [](const char* text) {
+        const PortName n = port_name(text);
+        return std::string(n.device) + "|" + n.record_name + "|" + n.mapping;
+    };
+    EXPECT_EQ(parts("COM1:"), "COM1:|COM1:|COM1");
+    EXPECT_EQ(parts("COM1"), "$device\\COM1|COM1|COM1");
+    EXPECT_EQ(parts("COM10:"), "$device\\COM10|COM10|COM10");
+    EXPECT_EQ(parts("COM123:"), "$device\\COM12|COM12|COM12") << "cut after the fifth character";
 }
 
 }  // namespace

@@ -2,28 +2,12 @@
 // queue counts and port numbering.
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <thread>
-
 #include "serial/port_table.h"
 #include "sim/serial_ports.h"
-#include "tests/support/pty.h"
-#include "tests/support/sim_fixture.h"
-#include "vexsdk.h"
+#include "tests/serial/pty_port_fixture.h"
 
 namespace vex::test {
 namespace {
-
-// Polls until cond holds, at most 2 s (the monitor sees changes within a
-// few milliseconds).
-bool eventually(const std::function<bool()>& cond) {
-    const int64_t deadline = now_ms() + 2000;
-    while (!cond()) {
-        if (now_ms() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 class SerialLineStatus : public SimFixture {
 protected:

@@ -8,30 +8,13 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/pty.h"
-#include "tests/support/sim_fixture.h"
-#include "vexsdk.h"
+#include "tests/serial/pty_port_fixture.h"
 
 namespace vex::test {
 namespace {
 
-class Purge : public SimFixture {
+class Purge : public PtyPort {
 protected:
-    void SetUp() override {
-        SimFixture::SetUp();
-        pty_.map_as(L"COM5");
-        port_ = uart_OpenEx("COM5:,115200,N,8,1");
-        ASSERT_NE(port_, VEX_INVALID_PORT);
-    }
-    void TearDown() override {
-        uart_Close(port_);
-        SimFixture::TearDown();
-    }
-    void wait_for_input(uint32_t bytes) {
-        const int64_t deadline = now_ms() + 2000;
-        while (uart_GetDataSize(port_, 0) < bytes && now_ms() < deadline) std::this_thread::yield();
-        ASSERT_GE(uart_GetDataSize(port_, 0), bytes);
-    }
     // One exchange whose far end answers `fresh` to the command.
     std::string exchange(const std::string& fresh) {
         auto peer = std::async(std::launch::async, [this, fresh] {
@@ -44,15 +27,13 @@ protected:
         EXPECT_EQ(peer.get(), "$01M\r");
         return ok ? answer : "<failed>";
     }
-    Pty pty_;
-    VEX_PORT port_ = VEX_INVALID_PORT;
 };
 
 TEST_F(Purge, StaleInputOfEveryShapeIsDropped) {
     // A whole late answer, a cut one, and a burst larger than any buffer.
     for (const std::string& stale : {std::string("!01STALE\r"), std::string("!01CUT"), std::string(3000, 'x')}) {
         pty_.write(stale);
-        wait_for_input(static_cast<uint32_t>(stale.size()));
+        ASSERT_TRUE(eventually([&] { return uart_GetDataSize(port_, 0) >= stale.size(); }));
         EXPECT_EQ(exchange("!01FRESH\r"), "!01FRESH");
         EXPECT_EQ(uart_GetDataSize(port_, 0), 0u);
     }

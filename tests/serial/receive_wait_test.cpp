@@ -14,9 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/pty.h"
-#include "tests/support/sim_fixture.h"
-#include "vexsdk.h"
+#include "tests/serial/pty_port_fixture.h"
 
 namespace vex::test {
 namespace {
@@ -59,51 +57,32 @@ Outcome await(std::future<Outcome>& f) {
     return f.get();
 }
 
-class ReceiveWait : public SimFixture {
-protected:
-    void SetUp() override {
-        SimFixture::SetUp();
-        pty_.map_as(L"COM5");
-        port_ = uart_OpenEx("COM5:,115200,N,8,1");
-        ASSERT_NE(port_, VEX_INVALID_PORT);
-    }
-    void TearDown() override {
-        uart_Close(port_);
-        SimFixture::TearDown();
-    }
-    Pty pty_;
-    VEX_PORT port_ = VEX_INVALID_PORT;
-};
+using ReceiveWait = PtyPort;
 
 TEST_F(ReceiveWait, ACloseByAnotherThreadEndsTheWaitAtOnce) {
-    // The longest read time-out: without the close the wait would not end.
-    ASSERT_TRUE(uart_SetTimeOut(port_, 0xFFFFFFFFu, 1));
-    auto text = timed([this] {
-        char answer[VEX_UART_BUFFER_SIZE];
-        return uart_Recv(port_, answer) != 0;
-    });
-    std::this_thread::sleep_for(100ms);
-    const int64_t closed_at = now_ms();
-    ASSERT_TRUE(uart_Close(port_));
-    const Outcome o = await(text);
-    EXPECT_FALSE(o.ok);
-    EXPECT_EQ(o.code, VEX_ERR_UART_OPEN);
-    EXPECT_LT(now_ms() - closed_at, 1000);
-    EXPECT_LT(o.cpu_ms, 30) << "waited by spinning";
-}
-
-TEST_F(ReceiveWait, ACloseEndsABinaryReceiveToo) {
-    ASSERT_TRUE(uart_SetTimeOut(port_, 0xFFFFFFFFu, 1));
-    auto block = timed([this] {
-        char data[16];
-        return uart_BinRecv(port_, data, sizeof data) != 0;
-    });
-    std::this_thread::sleep_for(100ms);
-    ASSERT_TRUE(uart_Close(port_));
-    const Outcome o = await(block);
-    EXPECT_FALSE(o.ok);
-    EXPECT_EQ(o.code, VEX_ERR_UART_OPEN);
-    EXPECT_LT(o.cpu_ms, 30) << "waited by spinning";
+    struct Receive {
+        const char* name;
+        bool (*call)(VEX_PORT);
+    };
+    const Receive receives[] = {
+        {"text", [](VEX_PORT h) { char a[VEX_UART_BUFFER_SIZE]; return uart_Recv(h, a) != 0; }},
+        {"binary", [](VEX_PORT h) { char d[16]; return uart_BinRecv(h, d, sizeof d) != 0; }},
+    };
+    for (const Receive& r : receives) {
+        if (port_ == VEX_INVALID_PORT) port_ = uart_OpenEx("COM5:,115200,N,8,1");
+        // The longest read time-out: without the close the wait would not end.
+        ASSERT_TRUE(uart_SetTimeOut(port_, 0xFFFFFFFFu, 1));
+        auto wait = timed([h = port_, call = r.call] { return call(h); });
+        std::this_thread::sleep_for(100ms);
+        const int64_t closed_at = now_ms();
+        ASSERT_TRUE(uart_Close(port_));
+        port_ = VEX_INVALID_PORT;
+        const Outcome o = await(wait);
+        EXPECT_FALSE(o.ok) << r.name;
+        EXPECT_EQ(o.code, VEX_ERR_UART_OPEN) << r.name;
+        EXPECT_LT(now_ms() - closed_at, 1000) << r.name;
+        EXPECT_LT(o.cpu_ms, 30) << r.name << ": waited by spinning";
+    }
 }
 
 TEST_F(ReceiveWait, AHungUpLineFailsAtOnce) {
