@@ -191,6 +191,7 @@ protected:
 };
 
 TEST_F(FaultMatrixOnSim, EveryFaultAgainstEveryFamily) {
+    constexpr uint32_t kAnswerMs = 1000;
     ASSERT_TRUE(uart_EnableCheckSum(com0_, 1));
     ASSERT_TRUE(uart_EnableCheckSum(com1_, 1));
     uint32_t u = 0, v = 0;
@@ -238,11 +239,13 @@ TEST_F(FaultMatrixOnSim, EveryFaultAgainstEveryFamily) {
                 return sim::serial::set_fault(s, p, flt.d, sim().now_ns(), nullptr);
             });
             ASSERT_TRUE(set) << fam.place;
-            // Silences cost a time-out each: a short one. A dribbled answer
-            // gets a long one, so that a loaded machine that holds the host
-            // back for a while between two characters does not cut it.
-            const bool dribble = flt.d.kind == sim::SerialFaultKind::Dribble;
-            ASSERT_TRUE(uart_SetTimeOut(com1_, dribble ? 1000 : 60, 1));
+            // A silence or a cut answer costs a time-out: a short one. Every
+            // other answer gets a long one, so that a loaded machine that
+            // holds the host back for a while does not turn it into a silence.
+            const auto kind = flt.d.kind;
+            const bool silence = kind == sim::SerialFaultKind::Silent || kind == sim::SerialFaultKind::Removed ||
+                                 kind == sim::SerialFaultKind::Cut;
+            ASSERT_TRUE(uart_SetTimeOut(com1_, silence ? 60 : kAnswerMs, 1));
             const bool ok = fam.call();
             if (flt.d.kind == sim::SerialFaultKind::Dribble) {
                 EXPECT_TRUE(ok) << fam.name << " / " << flt.kind << ": slow characters are still an answer";
@@ -255,6 +258,7 @@ TEST_F(FaultMatrixOnSim, EveryFaultAgainstEveryFamily) {
             ASSERT_TRUE(control(fam.place, [&](sim::State& s, const sim::serial::Place& p) {
                 return sim::serial::set_fault(s, p, sim::FaultDescription{}, sim().now_ns(), nullptr);
             }));
+            ASSERT_TRUE(uart_SetTimeOut(com1_, kAnswerMs, 1));
             EXPECT_TRUE(fam.call()) << fam.name << " after " << flt.kind << ": 0x" << std::hex << error();
             ++cells;
         }
