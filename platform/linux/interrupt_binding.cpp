@@ -2,7 +2,8 @@
 // their events, and the direct path of service threads.
 //
 // Lock rules: Registry::mutex guards `bindings`, the dispatch thread's
-// handle and `stopping`; it is never held while waiting or while taking an
+// handle, `stopping` and `dispatched`; it is never held while waiting
+// (settling waits on `caught_up`, which releases it) or while taking an
 // interrupt. Binding::take_mutex serialises takes of one source (the
 // dispatch thread and a service thread may both see it readable); it is
 // taken without Registry::mutex held. Lock order: Registry::mutex, then
