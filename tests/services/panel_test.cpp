@@ -249,21 +249,35 @@ TEST_F(SwitchedBacklightSim, BacklightSwitchesOnGpio52) {
 }
 
 TEST_F(SimPanel, TicksDelayFollowsTheCounterAcrossItsWrap) {
-    // Put the counter 5 ms before its wrap.
-    const uint32_t count = vex::plat::os_timer_count();
-    const uint64_t to_wrap = (1ull << 32) - count - 5 * 3250;
-    let_pass_ms(to_wrap * 4000 / 13 / 1000000);
-    const uint32_t before = vex::plat::os_timer_count();
-    ASSERT_GT(before, 0xFFFF0000u);
+    // Moves the instance clock until the OS timer counter (3.25 MHz) stands
+    // `ms` before its wrap, and reads it back. A slow machine (an emulator)
+    // may let that time pass before the read: then the counter is parked
+    // again, a whole turn later.
+    auto park_before_wrap = [this](uint32_t ms) {
+        constexpr uint64_t kTicksPerMs = 3250;
+        uint32_t count = vex::plat::os_timer_count();
+        for (int i = 0; i < 5; ++i) {
+            const uint64_t left = (1ull << 32) - count;
+            if (left > ms * kTicksPerMs) let_pass_ms((left - ms * kTicksPerMs) / kTicksPerMs);
+            count = vex::plat::os_timer_count();
+            if ((1ull << 32) - count <= 2 * ms * kTicksPerMs) break;
+        }
+        return count;
+    };
+    // Entry + ticks overflows: a delay of 100 ms from 50 ms before the wrap.
+    const uint32_t before = park_before_wrap(50);
+    ASSERT_GT(before, 0xFFFFFFFFu - 100u * 3250u);
     uint64_t start = now_ms();
-    _vex_ticks_delay(10 * 3250);  // entry + ticks overflows
-    EXPECT_GE(now_ms() - start, 9u);
+    _vex_ticks_delay(100 * 3250);
+    EXPECT_GE(now_ms() - start, 99u);
     EXPECT_LT(vex::plat::os_timer_count(), before) << "the counter wrapped meanwhile";
 
-    // A sum that lands on 0xFFFFFFFF, which the counter can never exceed.
-    let_pass_ms(((1ull << 32) - vex::plat::os_timer_count() - 5 * 3250) * 4000 / 13 / 1000000);
+    // A sum that lands on 0xFFFFFFFF, which the counter can never exceed:
+    // the wrap ends it.
+    const uint32_t count = park_before_wrap(50);
+    ASSERT_GT(count, 0xFFFFFFFFu - 100u * 3250u);
     start = now_ms();
-    _vex_ticks_delay(0xFFFFFFFFu - vex::plat::os_timer_count());
+    _vex_ticks_delay(0xFFFFFFFFu - count);
     EXPECT_LT(now_ms() - start, 2000u);
 }
 
