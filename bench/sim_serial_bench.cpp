@@ -99,12 +99,13 @@ void BM_SimInterleavedExchanges(benchmark::State& state) {
         const int echo_fd = open_raw(echo_peer.slave());
         wchar_t path[256] = {};
         if (!vex_RegGetString(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ports\\COM1", path, sizeof path)) std::abort();
-        // The raw descriptor first: the library's open then makes the port
-        // exclusive, which keeps later openers out, not earlier ones. The
-        // two never talk at the same time.
+        // COM0: first: its open waits for the host, which makes the ports.
+        // Then the raw descriptor of COM1: before the library's: the
+        // library's open makes the port exclusive, which keeps later openers
+        // out, not earlier ones. The two never talk at the same time.
+        const VEX_PORT com0 = uart_OpenEx("COM0:,115200,N,8,1");
         const int raw_fd = open_raw(std::string(path, path + std::wcslen(path)));
         const VEX_PORT port = uart_OpenEx("COM1:,115200,N,8,1");
-        const VEX_PORT com0 = uart_OpenEx("COM0:,115200,N,8,1");
         if (port == VEX_INVALID_PORT || com0 == VEX_INVALID_PORT) std::abort();
         Timed echo, module, sendcmd, readdi;
         char answer[VEX_UART_BUFFER_SIZE];

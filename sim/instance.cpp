@@ -23,6 +23,7 @@
 #include "sim/models/models.h"
 #include "sim/models/peripherals.h"
 #include "sim/serial_modules/control.h"
+#include "sim/serial_ports.h"
 #include "sim/models/services.h"
 
 namespace vex::sim {
@@ -206,7 +207,7 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
         auto d = inst->description(&why);
         if (!d) return fail(why);
         inst->power_up(*d);
-        if (!write_registry_presets(plat::instance_dir(name), *d))
+        if (!write_registry_presets(plat::instance_dir(name), *d) || !preset_port_names(plat::instance_dir(name), s))
             return fail("cannot preset the registry of instance '" + name + "'");
     }
     return inst;
@@ -225,7 +226,7 @@ bool Instance::power_cycle(std::string* error) {
     std::memcpy(ports, state_->serial_ports, sizeof ports);
     power_up(*d, ports);
     state_->lock.unlock();
-    return write_registry_presets(plat::instance_dir(name_), *d);
+    return write_registry_presets(plat::instance_dir(name_), *d) && preset_port_names(plat::instance_dir(name_), *state_);
 }
 
 void Instance::power_up(const Description& d, const SerialPortState* keep_ports) {

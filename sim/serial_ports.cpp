@@ -107,6 +107,25 @@ bool register_serial_listener(const char* name, SerialListenerFactory factory) {
     return true;
 }
 
+// "COM1:" -> L"COM1": the registry value of a port is its name up to the
+// colon.
+std::wstring port_value_name(const std::string& port) { return plat::from_utf8(port.substr(0, port.find(':'))); }
+
+std::string port_link_path(const std::string& dir, const std::string& port) {
+    return dir + "/ports/" + plat::to_utf8(port_value_name(port));
+}
+
+bool preset_port_names(const std::string& dir, const State& s) {
+    bool ok = true;
+    for (const SerialBusPort& p : s.serial.ports) {
+        if (!p.name[0]) continue;
+        const std::string name(p.name, strnlen(p.name, sizeof p.name));
+        ok &= keep_registry_value(dir, plat::registry::Root::LocalMachine, kPortsKey, port_value_name(name),
+                                  plat::registry::Value::string(plat::from_utf8(port_link_path(dir, name))));
+    }
+    return ok;
+}
+
 // --- The host service ----------------------------------------------------------
 
 namespace {
@@ -115,10 +134,6 @@ void copy_text(char* dst, size_t size, const std::string& src) {
     std::memset(dst, 0, size);
     std::memcpy(dst, src.data(), std::min(size - 1, src.size()));
 }
-
-// "COM1:" -> L"COM1": the registry value of a port is its name up to the
-// colon.
-std::wstring value_name(const std::string& port) { return plat::from_utf8(port.substr(0, port.find(':'))); }
 
 struct Port : SerialLine {
     std::string name;
@@ -266,7 +281,7 @@ private:
     // not the device, so the registry does not change from one host to the
     // next (a write there would make every program's next load read the
     // database again instead of its snapshot).
-    std::string link_path(const Port& p) const { return dir_ + "/ports/" + plat::to_utf8(value_name(p.name)); }
+    std::string link_path(const Port& p) const { return port_link_path(dir_, p.name); }
 
     // Makes the ports known: modem state in the shared state, the links to
     // the devices, and the links' paths in the registry.
@@ -292,7 +307,7 @@ private:
                 ::unlink(temp.c_str());
                 continue;
             }
-            keep_registry_value(dir_, plat::registry::Root::LocalMachine, kPortsKey, value_name(p->name),
+            keep_registry_value(dir_, plat::registry::Root::LocalMachine, kPortsKey, port_value_name(p->name),
                                 plat::registry::Value::string(plat::from_utf8(link)));
         }
     }

@@ -4,8 +4,9 @@
 // The host creates each port as a pseudo-terminal, keeps the master side and
 // points a link in the instance's folder ("ports/COM1" for "COM1:") at the
 // slave. The registry names that link under HKEY_LOCAL_MACHINE\VORLAN\Ports
-// (value "COM1"), where the library looks COM names up; the name stays the
-// same from one host to the next, and while no host runs the link is gone. Whatever the port's user writes arrives at the
+// (value "COM1"), where the library looks COM names up, from the power-up
+// on; the name stays the same from one host to the next, and while no host
+// runs the link is gone. Whatever the port's user writes arrives at the
 // master; a listener attached there (a serial module emulator) may answer.
 // Without a listener the bytes are dropped, like a line with nothing on it.
 //
@@ -27,6 +28,16 @@ namespace vex::sim {
 
 // Registry key (below HKEY_LOCAL_MACHINE) of the COM name -> device map.
 inline constexpr const wchar_t* kPortsKey = L"VORLAN\\Ports";
+
+// A port's value under kPortsKey ("COM1" for "COM1:") and the link it names
+// in the instance folder `dir` ("<dir>/ports/COM1").
+std::wstring port_value_name(const std::string& port);
+std::string port_link_path(const std::string& dir, const std::string& port);
+// Names every port the controller was powered up with in the registry of the
+// instance folder `dir`, before any host has made them: a program may look a
+// port up the moment it has loaded. Writes only values that are missing.
+// Call under the creation lock: only a power-up changes the port names.
+bool preset_port_names(const std::string& dir, const State& s);
 
 // --- Modem model. Call with the state locked (Instance::with_lock). -------
 

@@ -5,8 +5,11 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
+#include "platform/registry_store.h"
 #include "platform/target.h"
+#include "platform/text_codec.h"
 #include "sim/host.h"
 #include "sim/instance.h"
 #include "sim/serial_ports.h"
@@ -38,6 +41,18 @@ TEST_F(SimInstance, AttachmentsShareOneControllerAndNamesNeverMix) {
     auto other = Instance::attach(other_name, &error);
     ASSERT_TRUE(other) << error;
     EXPECT_EQ(other->read8(0x9010), 0x00) << "another instance has its own registers";
+    // Its registry names its ports before any host has made them: a program
+    // may look a port up the moment it has loaded.
+    ASSERT_EQ(vex::sim::Host::host_pid(other_name), 0);
+    const std::string other_dir = vex::plat::instance_dir(other_name);
+    std::string generation;
+    std::getline(std::ifstream(other_dir + "/generation"), generation);
+    vex::plat::registry::Value link;
+    ASSERT_EQ(vex::plat::registry::get_value_at_load(other_dir + "/registry.db", generation,
+                                                     vex::plat::registry::Root::LocalMachine, vex::sim::kPortsKey,
+                                                     L"COM1", link),
+              0u);
+    EXPECT_EQ(vex::plat::to_utf8(link.text), other_dir + "/ports/COM1");
     other->set_dip_switch(0xFF);
     EXPECT_EQ(sim().read8(0x9002), static_cast<uint8_t>(~0x05));
     other.reset();
