@@ -1,13 +1,11 @@
 // Hosting that outlives the program that started it, with real processes:
 // the peers are programs using the shared library; this test process only
 // watches (it is not a user of the instance).
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -21,15 +19,6 @@
 
 namespace vex::test {
 namespace {
-
-int shared_objects_with(const std::string& prefix) {
-    int n = 0;
-    DIR* d = ::opendir("/dev/shm");
-    if (!d) return 0;
-    while (dirent* e = ::readdir(d)) n += std::strncmp(e->d_name, prefix.c_str() + 1, prefix.size() - 1) == 0;
-    ::closedir(d);
-    return n;
-}
 
 // Running: there, and not a zombie waiting for whoever adopted it.
 bool alive(int pid) {

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -18,15 +16,7 @@
 namespace {
 
 using vex::sim::Instance;
-
-int shared_objects_with(const std::string& prefix) {
-    int n = 0;
-    DIR* d = ::opendir("/dev/shm");
-    if (!d) return 0;
-    while (dirent* e = ::readdir(d)) n += std::strncmp(e->d_name, prefix.c_str() + 1, prefix.size() - 1) == 0;
-    ::closedir(d);
-    return n;
-}
+using vex::test::shared_objects_with;
 
 class SimInstance : public vex::test::SimFixture {};
 
@@ -56,6 +46,7 @@ TEST_F(SimInstance, AttachmentsShareOneControllerAndNamesNeverMix) {
     other->set_dip_switch(0xFF);
     EXPECT_EQ(sim().read8(0x9002), static_cast<uint8_t>(~0x05));
     other.reset();
+    EXPECT_GT(shared_objects_with(vex::plat::sim_object_prefix(other_name)), 0);
     EXPECT_TRUE(Instance::destroy(other_name));
     EXPECT_EQ(shared_objects_with(vex::plat::sim_object_prefix(other_name)), 0);
     EXPECT_FALSE(std::filesystem::exists(vex::plat::instance_dir(other_name)));

@@ -112,6 +112,14 @@ void remove_instances_of_dead_tests() {
 
 }  // namespace
 
+int shared_objects_with(const std::string& prefix) {
+    int n = 0;
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm", ec))
+        n += entry.path().filename().string().compare(0, prefix.size() - 1, prefix, 1) == 0;
+    return n;
+}
+
 void SimFixture::SetUp() {
     remove_instances_of_dead_tests();
     static std::atomic<int> counter{0};

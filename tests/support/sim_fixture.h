@@ -33,6 +33,10 @@ std::string shell_program(const char* path);
 // kernel are beyond.
 bool under_emulator();
 
+// How many POSIX shared memory objects have names starting with `prefix`
+// (a name as shm_open takes it, "/vexsdk...").
+int shared_objects_with(const std::string& prefix);
+
 // Fails the test when the instance's host process reported a problem in its
 // log (a sanitizer report, a failed start), since nobody else reads it.
 void expect_clean_host_log(const std::string& instance);
