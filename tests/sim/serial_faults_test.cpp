@@ -12,7 +12,7 @@ int64_t elapsed_ms(std::chrono::steady_clock::time_point since) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - since).count();
 }
 
-class SerialFaults : public SerialSim {
+class ModuleFaults : public SerialSim {
 protected:
     void SetUp() override {
         SerialSim::SetUp();
@@ -27,7 +27,7 @@ protected:
     VEX_PORT com1_ = VEX_INVALID_PORT;
 };
 
-TEST_F(SerialFaults, EveryFaultAsTheClientSeesIt) {
+TEST_F(ModuleFaults, EveryFaultAsTheClientSeesIt) {
     fault({"COM1:01", "silent", "--count", "1"});
     EXPECT_EQ(ask(com1_, "$01M"), "error 0x14002");
     EXPECT_EQ(last_exchange(), "$01M\r -> (none)");
@@ -77,7 +77,7 @@ TEST_F(SerialFaults, EveryFaultAsTheClientSeesIt) {
     EXPECT_NE(run_vexsim({"fault", "COM1:", "removed"}).status, 0) << "a port cannot be pulled out";
 }
 
-TEST_F(SerialFaults, ARemovedModuleComesBackPoweredUpAnew) {
+TEST_F(ModuleFaults, ARemovedModuleComesBackPoweredUpAnew) {
     EXPECT_EQ(ask_slot(3, "@00DO77"), "!00");
     EXPECT_EQ(ask_slot(3, "~0055A00"), "!00") << "power-on 0x5A, safe 0";
     fault({"slot3", "removed"});
