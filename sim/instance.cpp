@@ -207,7 +207,7 @@ std::unique_ptr<Instance> Instance::attach(const std::string& name, std::string*
         auto d = inst->description(&why);
         if (!d) return fail(why);
         inst->power_up(*d);
-        if (!write_registry_presets(plat::instance_dir(name), *d) || !preset_port_names(plat::instance_dir(name), s))
+        if (!write_registry_presets(dir, *d) || !preset_port_names(dir, s))
             return fail("cannot preset the registry of instance '" + name + "'");
     }
     return inst;
@@ -226,7 +226,8 @@ bool Instance::power_cycle(std::string* error) {
     std::memcpy(ports, state_->serial_ports, sizeof ports);
     power_up(*d, ports);
     state_->lock.unlock();
-    return write_registry_presets(plat::instance_dir(name_), *d) && preset_port_names(plat::instance_dir(name_), *state_);
+    const std::string dir = plat::instance_dir(name_);
+    return write_registry_presets(dir, *d) && preset_port_names(dir, *state_);
 }
 
 void Instance::power_up(const Description& d, const SerialPortState* keep_ports) {
