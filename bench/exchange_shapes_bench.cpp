@@ -25,12 +25,10 @@
 //   build/default/bench/vexsdk_bench --benchmark_filter=BM_ExchangeShapes
 //       --benchmark_repetitions=3 --benchmark_report_aggregates_only=true
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
-#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -55,15 +53,6 @@ double thread_cpu_s() {
     timespec ts{};
     ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
     return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
-
-int open_raw(const std::string& path, bool nonblocking) {
-    const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | (nonblocking ? O_NONBLOCK : 0));
-    termios t{};
-    if (fd < 0 || ::tcgetattr(fd, &t) != 0) std::abort();
-    ::cfmakeraw(&t);
-    ::tcsetattr(fd, TCSANOW, &t);
-    return fd;
 }
 
 void drain(int fd) {
@@ -144,7 +133,7 @@ void BM_ExchangeShapes(benchmark::State& state) {
                       }});
     for (Shape& s : shapes) {
         s.peer = std::make_unique<PtyPeer>(PeerProtocol::Ascii);
-        s.fd = open_raw(s.peer->slave(), s.nonblocking);
+        s.fd = vex::bench::open_raw_tty(s.peer->slave(), s.nonblocking);
     }
     // The edge shape's tty reports arrivals once each; its cancel eventfd
     // stays readable for every waiter once written.

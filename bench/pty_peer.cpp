@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sched.h>
 #include <sys/eventfd.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <climits>
@@ -48,6 +49,15 @@ ScopedPin::~ScopedPin() {
 
 int caller_cpu() { return last_two_cpus().first; }
 int peer_cpu() { return last_two_cpus().second; }
+
+int open_raw_tty(const std::string& path, bool nonblocking) {
+    const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | (nonblocking ? O_NONBLOCK : 0));
+    termios t{};
+    if (fd < 0 || ::tcgetattr(fd, &t) != 0) std::abort();
+    ::cfmakeraw(&t);
+    if (::tcsetattr(fd, TCSANOW, &t) != 0) std::abort();
+    return fd;
+}
 
 uint16_t modbus_crc(const uint8_t* data, size_t size) {
     uint16_t crc = 0xFFFF;

@@ -54,6 +54,10 @@ private:
     std::thread thread_;
 };
 
+// Opens the near end of a pseudo-terminal (a peer's slave()) in raw mode;
+// aborts the benchmark program when it cannot.
+int open_raw_tty(const std::string& path, bool nonblocking = false);
+
 // CRC-16 of Modbus RTU frames.
 uint16_t modbus_crc(const uint8_t* data, size_t size);
 

@@ -99,11 +99,7 @@ void uart_send_cmd(benchmark::State& state, uint32_t delay_us) {
 void raw_round_trip(benchmark::State& state, uint32_t delay_us) {
     ScopedPin pin(vex::bench::caller_cpu());
     PtyPeer peer(PeerProtocol::Ascii, delay_us);
-    const int fd = ::open(peer.slave().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios t{};
-    if (fd < 0 || ::tcgetattr(fd, &t) != 0) std::abort();
-    ::cfmakeraw(&t);
-    ::tcsetattr(fd, TCSANOW, &t);
+    const int fd = vex::bench::open_raw_tty(peer.slave());
     const std::string framed = std::string(kCommand) + "\r";
     measure(state, [&] {
         if (::write(fd, framed.data(), framed.size()) != static_cast<ssize_t>(framed.size())) return false;
@@ -161,11 +157,7 @@ void BM_InterleavedExchanges(benchmark::State& state) {
         ScopedPin pin(vex::bench::caller_cpu());
         PtyPeer raw_peer(PeerProtocol::Ascii), uart_peer(PeerProtocol::Ascii), modbus_peer(PeerProtocol::Modbus);
 
-        const int fd = ::open(raw_peer.slave().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-        termios t{};
-        if (fd < 0 || ::tcgetattr(fd, &t) != 0) std::abort();
-        ::cfmakeraw(&t);
-        ::tcsetattr(fd, TCSANOW, &t);
+        const int fd = vex::bench::open_raw_tty(raw_peer.slave());
         const std::string framed = std::string(kCommand) + "\r";
 
         const std::wstring device(uart_peer.slave().begin(), uart_peer.slave().end());
@@ -177,11 +169,9 @@ void BM_InterleavedExchanges(benchmark::State& state) {
             std::abort();
 
         PtyPeer floor_peer(PeerProtocol::Ascii);
-        const int floor_fd = ::open(floor_peer.slave().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+        const int floor_fd = vex::bench::open_raw_tty(floor_peer.slave(), true);
         const int wake = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        if (floor_fd < 0 || wake < 0 || ::tcgetattr(floor_fd, &t) != 0) std::abort();
-        ::cfmakeraw(&t);
-        ::tcsetattr(floor_fd, TCSANOW, &t);
+        if (wake < 0) std::abort();
         auto floor_exchange = [&] {
             char buf[64];
             while (::read(floor_fd, buf, sizeof buf) > 0) {

@@ -16,9 +16,7 @@
 // every thread of the virtual controller's host process on another.
 #include <benchmark/benchmark.h>
 #include <dirent.h>
-#include <fcntl.h>
 #include <sched.h>
-#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -50,15 +48,6 @@ void pin_process(int pid, int cpu) {
         if (e->d_name[0] != '.') sched_setaffinity(static_cast<pid_t>(std::atoi(e->d_name)), sizeof set, &set);
     }
     ::closedir(d);
-}
-
-int open_raw(const std::string& path) {
-    const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios t{};
-    if (fd < 0 || ::tcgetattr(fd, &t) != 0) std::abort();
-    ::cfmakeraw(&t);
-    ::tcsetattr(fd, TCSANOW, &t);
-    return fd;
 }
 
 bool round_trip(int fd) {
@@ -96,7 +85,7 @@ void BM_SimInterleavedExchanges(benchmark::State& state) {
         vex::bench::ScopedPin pin(vex::bench::caller_cpu());
         pin_process(vex::sim::Host::host_pid(vex::plat::target().instance), vex::bench::peer_cpu());
         vex::bench::PtyPeer echo_peer(vex::bench::PeerProtocol::Ascii);
-        const int echo_fd = open_raw(echo_peer.slave());
+        const int echo_fd = vex::bench::open_raw_tty(echo_peer.slave());
         wchar_t path[256] = {};
         if (!vex_RegGetString(L"HKEY_LOCAL_MACHINE\\VORLAN\\Ports\\COM1", path, sizeof path)) std::abort();
         // COM0: first: its open waits for the host, which makes the ports.
@@ -104,7 +93,7 @@ void BM_SimInterleavedExchanges(benchmark::State& state) {
         // library's open makes the port exclusive, which keeps later openers
         // out, not earlier ones. The two never talk at the same time.
         const VEX_PORT com0 = uart_OpenEx("COM0:,115200,N,8,1");
-        const int raw_fd = open_raw(std::string(path, path + std::wcslen(path)));
+        const int raw_fd = vex::bench::open_raw_tty(std::string(path, path + std::wcslen(path)));
         const VEX_PORT port = uart_OpenEx("COM1:,115200,N,8,1");
         if (port == VEX_INVALID_PORT || com0 == VEX_INVALID_PORT) std::abort();
         Timed echo, module, sendcmd, readdi;
